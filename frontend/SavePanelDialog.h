@@ -1,0 +1,36 @@
+#pragma once
+
+#include "frontend/Desktop.h"
+
+#include <QDialog>
+
+#include <memory>
+
+namespace Ui {
+class SavePanelDialog;
+}
+
+namespace talvek {
+
+/// Asks for the name of a new folder and for the folder that is to hold it.
+class SavePanelDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    SavePanelDialog(const SavePanel& panel, QWidget* parent);
+    ~SavePanelDialog() override;
+
+    [[nodiscard]] SaveDestination destination() const;
+
+private:
+    void chooseParentFolder();
+    void showParentFolder();
+    /// A name with a slash would lead elsewhere.
+    [[nodiscard]] bool hasUsableName() const;
+
+    std::unique_ptr<Ui::SavePanelDialog> m_ui;
+    QString m_parentFolder;
+};
+
+} // namespace talvek

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QLockFile>
+#include <QObject>
+
+#include <functional>
+
+class QLocalServer;
+
+namespace talvek {
+
+/// Sees to it that one running application has a temporary folder for itself: a second one would
+/// delete what the first has salvaged. Main thread.
+class SingleInstance : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// @param folder  the temporary folder; need not exist, but its parent must
+    SingleInstance(const QString& folder, QObject* parent);
+
+    /// True if this is the first; if not, the first one is told to come forward, with the document
+    /// that was to be opened, which may be empty.
+    bool claimOrNotify(const QString& document);
+    /// Called, from the event loop, when another one was started.
+    void setOtherStarted(std::function<void(const QString& document)> otherStarted);
+
+private:
+    void readFromOther();
+
+    QLockFile m_lock;
+    QString m_serverName;
+    QLocalServer* m_server;
+    std::function<void(const QString&)> m_otherStarted;
+};
+
+} // namespace talvek
