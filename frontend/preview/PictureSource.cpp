@@ -1,0 +1,16 @@
+#include "frontend/preview/PictureSource.h"
+
+#include "frontend/preview/PsdPreview.h"
+#include "frontend/preview/ReaderPicture.h"
+
+namespace talvek {
+
+std::unique_ptr<PictureSource> PictureSource::open(const QString& path, const CancelFlag& canceled)
+{
+    if (auto document = PsdPreview::open(path, canceled)) {
+        return document;
+    }
+    return canceled ? nullptr : ReaderPicture::open(path);
+}
+
+} // namespace talvek
