@@ -1,0 +1,173 @@
+#include "frontend/QtDesktop.h"
+#include "frontend/SavePanelDialog.h"
+#include "frontend/SingleInstance.h"
+#include "tests/frontend/Journey.h"
+
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QtTest>
+
+namespace talvek::test {
+
+/// The panels and alerts themselves, answered by keys and clicks.
+class RealDesktop : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        window.show();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    }
+    template <typename Dialog>
+    Dialog* shown() const
+    {
+        const auto isThere = [this] { return !window.findChildren<Dialog*>().isEmpty(); };
+        return QTest::qWaitFor(isThere) ? window.findChildren<Dialog*>().first() : nullptr;
+    }
+    /// Answers the next alert panel by pressing a key.
+    void pressInPanel(Qt::Key key)
+    {
+        QTimer::singleShot(50, &window, [key] {
+            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            ASSERT_NE(box, nullptr);
+            QTest::keyClick(box, key);
+        });
+    }
+
+    QWidget window;
+    QtDesktop desktop{Bundle(QStringLiteral("/nonexistent"))};
+    const AlertPanel updateQuestion{"title", "message", "YES", "NO", ""};
+};
+
+TEST_F(RealDesktop, ReturnGivesTheDefaultAndEscapeTheAlternateButton)
+{
+    pressInPanel(Qt::Key_Return);
+    EXPECT_EQ(desktop.runAlertPanel(&window, updateQuestion), AlertAnswer::Default);
+    pressInPanel(Qt::Key_Escape);
+    EXPECT_EQ(desktop.runAlertPanel(&window, updateQuestion), AlertAnswer::Alternate);
+}
+
+TEST_F(RealDesktop, EscapeGivesTheDefaultWhereTheAlertSaysSo)
+{
+    AlertPanel question{"title", "message", "Stay", "Delete", ""};
+    question.escapeAnswer = AlertAnswer::Default;
+    pressInPanel(Qt::Key_Escape);
+    EXPECT_EQ(desktop.runAlertPanel(&window, question), AlertAnswer::Default);
+}
+
+TEST_F(RealDesktop, AnAlertShowsItsTextsAndOnlyButtonsThatHaveATitle)
+{
+    QTimer::singleShot(50, &window, [] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        ASSERT_NE(box, nullptr);
+        EXPECT_EQ(box->text(), "title");
+        EXPECT_EQ(box->informativeText(), "message");
+        EXPECT_EQ(box->buttons().size(), 2);
+        box->reject();
+    });
+    desktop.runAlertPanel(&window, updateQuestion);
+}
+
+TEST_F(RealDesktop, ASheetHangsOnItsWindowAndCallsBackOnce)
+{
+    int dismissals = 0;
+    desktop.beginAlertSheet(&window, {"text", "Ok", "info_64"}, [&] { ++dismissals; });
+    auto* box = shown<QMessageBox>();
+    ASSERT_NE(box, nullptr);
+    EXPECT_EQ(box->windowModality(), Qt::WindowModal);
+    EXPECT_EQ(box->text(), "text");
+    QTest::keyClick(box, Qt::Key_Return);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return dismissals == 1; }));
+}
+
+TEST_F(RealDesktop, TheSavePanelGivesFolderAndTypedName)
+{
+    std::optional<SaveDestination> destination;
+    desktop.beginSavePanel(&window, {"Save", "Repaired PSD Files"},
+                           [&](const auto& chosen) { destination = chosen; });
+    auto* panel = shown<SavePanelDialog>();
+    ASSERT_NE(panel, nullptr);
+    QTest::keyClicks(panel->findChild<QLineEdit*>("nameField"), "mine");
+    EXPECT_EQ(panel->findChild<QPushButton*>("saveButton")->text(), "Save");
+    QTest::keyClick(panel, Qt::Key_Return);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return destination.has_value(); }));
+    EXPECT_EQ(destination->name, "mine");
+    EXPECT_FALSE(destination->parentFolder.isEmpty());
+}
+
+TEST_F(RealDesktop, ANameThatWouldLeadElsewhereCannotBeSaved)
+{
+    SavePanelDialog panel({"Save", "Repaired PSD Files"}, &window);
+    auto* save = panel.findChild<QPushButton*>("saveButton");
+    EXPECT_TRUE(save->isEnabled());
+    for (const char* name : {"", "  ", ".", "..", "a/b", "/etc"}) {
+        panel.findChild<QLineEdit*>("nameField")->setText(name);
+        EXPECT_FALSE(save->isEnabled()) << name;
+    }
+}
+
+TEST_F(RealDesktop, ACancelledSavePanelGivesNothing)
+{
+    bool hasEnded = false;
+    desktop.beginSavePanel(&window, {"Save", "x"}, [&](const auto& chosen) {
+        hasEnded = true;
+        EXPECT_FALSE(chosen.has_value());
+    });
+    QTest::keyClick(shown<SavePanelDialog>(), Qt::Key_Escape);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return hasEnded; }));
+}
+
+TEST_F(RealDesktop, TheOpenPanelTakesOneFileOfTheAllowedTypes)
+{
+    std::optional<QString> chosen = QStringLiteral("untouched");
+    desktop.beginOpenPanel(&window, {{"psd", "pdd"}}, [&](const auto& path) { chosen = path; });
+    auto* panel = shown<QFileDialog>();
+    ASSERT_NE(panel, nullptr);
+    EXPECT_EQ(panel->fileMode(), QFileDialog::ExistingFile);
+    EXPECT_TRUE(panel->nameFilters().at(0).contains("*.psd *.PSD *.pdd *.PDD"));
+    panel->reject();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !chosen.has_value(); }));
+}
+
+TEST(Launching, ABundleThatIsNotThereIsNoError)
+{
+    QtDesktop desktop{Bundle(QStringLiteral("/nonexistent"))};
+    desktop.launchApplication("/nonexistent/.autoUpd.app");
+}
+
+TEST(Launching, ABundleIsStartedByItsExecutable)
+{
+    const QTemporaryDir folder;
+    QDir(folder.path()).mkpath(".autoUpd.app/Contents/MacOS");
+    QFile script(folder.filePath(".autoUpd.app/Contents/MacOS/.autoUpd"));
+    ASSERT_TRUE(script.open(QIODevice::WriteOnly));
+    script.write("#!/bin/sh\ntouch \"" + folder.filePath("started").toUtf8() + "\"\n");
+    script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    script.close();
+    QtDesktop{Bundle(QString())}.launchApplication(folder.filePath(".autoUpd.app"));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return QFile::exists(folder.filePath("started")); }));
+}
+
+TEST(OneInstance, ASecondOneHandsItsDocumentToTheFirst)
+{
+    const QTemporaryDir folder;
+    SingleInstance first(folder.filePath(".recovered files"), nullptr);
+    SingleInstance second(folder.filePath(".recovered files"), nullptr);
+    QString received = "nothing";
+    first.setOtherStarted([&](const QString& document) { received = document; });
+    ASSERT_TRUE(first.claimOrNotify(""));
+    EXPECT_FALSE(second.claimOrNotify("/some where/a.psd"));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return received == "/some where/a.psd"; }));
+}
+
+TEST(OneInstance, TwoTemporaryFoldersAreTwoApplications)
+{
+    const QTemporaryDir folder;
+    SingleInstance first(folder.filePath("a"), nullptr);
+    SingleInstance second(folder.filePath("b"), nullptr);
+    EXPECT_TRUE(first.claimOrNotify("") && second.claimOrNotify(""));
+}
+
+} // namespace talvek::test

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "platform/SystemCalls.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <thread>
+
+namespace talvek::test {
+
+/// The operating system with a hand on it: reading can be held up, writes can fail, a volume can
+/// be as small as a test wants it.
+class FaultySystem : public SystemCalls
+{
+public:
+    std::atomic<bool> holdReads{false};
+    std::atomic<int> heldReads{0};
+    std::atomic<bool> failWrites{false};
+    std::atomic<std::int64_t> freeBytesLeft{-1};  ///< as it is, while negative
+    std::atomic<std::int64_t> unreadableFrom{-1}; ///< no offset, while negative
+    std::atomic<int> holdWritesMilliseconds{0};
+
+    ssize_t readAt(int descriptor, std::span<std::uint8_t> into, std::int64_t offset) override
+    {
+        const bool isHeld = std::this_thread::get_id() != m_testThread;
+        heldReads += isHeld && holdReads ? 1 : 0;
+        while (isHeld && holdReads) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+        const std::int64_t from = unreadableFrom;
+        if (from >= 0 && offset >= from) {
+            errno = EIO;
+            return -1;
+        }
+        if (from >= 0) {
+            into = into.first(std::min(into.size(), static_cast<std::size_t>(from - offset)));
+        }
+        return SystemCalls::readAt(descriptor, into, offset);
+    }
+    ssize_t write(int descriptor, std::span<const std::uint8_t> bytes) override
+    {
+        std::this_thread::sleep_for(std::chrono::milliseconds(holdWritesMilliseconds));
+        if (failWrites) {
+            errno = ENOSPC;
+            return -1;
+        }
+        return SystemCalls::write(descriptor, bytes);
+    }
+    std::optional<std::uint64_t> freeBytes(const std::string& path) override
+    {
+        const std::int64_t left = freeBytesLeft;
+        return left < 0 ? SystemCalls::freeBytes(path)
+                        : std::optional(static_cast<std::uint64_t>(left));
+    }
+
+private:
+    /// Reads of the test's own thread are never held up: nobody could let them go on.
+    const std::thread::id m_testThread = std::this_thread::get_id();
+};
+
+} // namespace talvek::test

@@ -1,0 +1,135 @@
+#include "frontend/TabView.h"
+#include "tests/frontend/Journey.h"
+
+#include <QDir>
+#include <QLineEdit>
+#include <QTableView>
+#include <QtTest>
+
+namespace talvek::test {
+
+class Lifecycle : public Journey
+{};
+
+TEST_F(Lifecycle, StartsAtHomeWithNothingChosen)
+{
+    launch();
+    EXPECT_EQ(screen(), "0");
+    EXPECT_EQ(app->filePathTextField->text(), "");
+    EXPECT_EQ(app->tableView->model()->rowCount(), 0);
+    EXPECT_TRUE(app->corruptFilePath().isNull());
+}
+
+TEST_F(Lifecycle, ClosingIsRefusedWhileTheEngineWorksAndAllowedAfterComplete)
+{
+    launch();
+    app->setIsRepairing(true);
+    EXPECT_FALSE(app->windowShouldClose(app->window()));
+    EXPECT_FALSE(app->window()->close());
+    postComplete({}, 0);
+    EXPECT_TRUE(app->windowShouldClose(app->window()));
+}
+
+TEST_F(Lifecycle, ClosingIsAllowedAgainAfterUnrepair)
+{
+    launch();
+    app->setIsRepairing(true);
+    post({{"unrepair", std::string()}});
+    EXPECT_TRUE(app->windowShouldClose(app->window()));
+}
+
+TEST_F(Lifecycle, ClosingIsRefusedWhileARealRepairRuns)
+{
+    launch();
+    choose(writeDocument());
+    system.heldReads = 0;
+    click("repairButton");
+    EXPECT_FALSE(app->window()->close());
+    EXPECT_TRUE(waitFor([this] { return screen() == "2"; }));
+    EXPECT_TRUE(app->windowShouldClose(app->window()));
+}
+
+TEST_F(Lifecycle, ClosingStaysRefusedAfterASaveUntilTheWayHome)
+{
+    launch();
+    postComplete({writeSalvaged("a.psd", 10)}, 10);
+    app->saveFileAtPath_fromFileArray(path("out"), *app->arrayFiles());
+    EXPECT_FALSE(app->windowShouldClose(app->window()));
+    ASSERT_TRUE(waitFor([this] { return desktop.sheets.size() == 1; }));
+    EXPECT_FALSE(app->window()->close());
+    desktop.dismissSheet();
+    EXPECT_FALSE(app->isSaving() && !app->windowShouldClose(app->window()));
+}
+
+TEST_F(Lifecycle, ClosingEndsTheApplicationAndLeavesTheTemporaryFolder)
+{
+    launch();
+    writeSalvaged("a.psd", 10);
+    bool hasClosed = false;
+    QTimer::singleShot(0, app.get(), [&] { hasClosed = app->window()->close(); });
+    QTimer::singleShot(20'000, app.get(), [] { QCoreApplication::exit(1); });
+    EXPECT_EQ(QCoreApplication::exec(), 0);
+    EXPECT_TRUE(hasClosed);
+    EXPECT_TRUE(QDir(app->repairedFilesPath()).exists());
+}
+
+TEST_F(Lifecycle, HomeResetsEverythingAndDeletesTheTemporaryFolder)
+{
+    launch();
+    choose(writeDocument());
+    postComplete({writeSalvaged("a.psd", 10)}, 10);
+    app->setRepair(std::make_shared<Repair>());
+    app->setSavePath("x");
+    app->setSavingAbort(true);
+    app->homeScreen(nullptr);
+    EXPECT_EQ(screen(), "0");
+    EXPECT_FALSE(QDir(app->repairedFilesPath()).exists());
+    EXPECT_FALSE(app->isRepairing() || app->isSaving() || app->repairngAbort() ||
+                 app->savingAbort());
+    EXPECT_TRUE(app->corruptFilePath().isNull() && app->savePath().isNull());
+    EXPECT_TRUE(!app->arrayFiles() && !app->repair() && app->totalFilesSize() == 0);
+    EXPECT_EQ(app->filePathTextField->text(), "");
+}
+
+TEST_F(Lifecycle, TheTemporaryFolderStandsBesideTheBundleWhereverThatIs)
+{
+    launch();
+    EXPECT_EQ(app->repairedFilesPath(), path(".recovered files"));
+    QDir().mkpath(path("elsewhere"));
+    const TalvekRepairPSD_AppDelegate moved(
+        desktop, Bundle(path("elsewhere/Talvek PSD Repair.app")), system);
+    EXPECT_EQ(moved.repairedFilesPath(), path("elsewhere/.recovered files"));
+}
+
+TEST_F(Lifecycle, ABundleInAFolderThatMayNotBeWrittenUsesTheCacheFolder)
+{
+    const TalvekRepairPSD_AppDelegate installed(
+        desktop, Bundle("/nonexistent/Talvek PSD Repair.app"), system);
+    const QString cache = QStandardPaths::writableLocation(QStandardPaths::CacheLocation);
+    EXPECT_EQ(installed.repairedFilesPath(), cache + "/.recovered files");
+    EXPECT_TRUE(QDir(cache).exists());
+}
+
+TEST_F(Lifecycle, HomeIsEnabledOnlyWhenNeitherRepairingNorSaving)
+{
+    launch();
+    EXPECT_TRUE(find<QWidget>("homeButton")->isEnabled());
+    app->setIsRepairing(true);
+    EXPECT_FALSE(find<QWidget>("homeButton")->isEnabled());
+    app->setIsRepairing(false);
+    app->setIsSaving(true);
+    EXPECT_FALSE(find<QWidget>("homeButton")->isEnabled());
+}
+
+TEST_F(Lifecycle, EveryControlHasAnAccessibleName)
+{
+    launch();
+    for (const QWidget* control : app->window()->findChildren<QWidget*>()) {
+        const bool isControl =
+            control->focusPolicy() != Qt::NoFocus && !control->objectName().startsWith("qt_");
+        EXPECT_TRUE(!isControl || !control->accessibleName().isEmpty())
+            << control->objectName().toStdString();
+    }
+}
+
+} // namespace talvek::test

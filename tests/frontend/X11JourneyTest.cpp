@@ -1,0 +1,200 @@
+#include <QApplication>
+#include <QDir>
+#include <QDrag>
+#include <QFile>
+#include <QMimeData>
+#include <QMouseEvent>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QUrl>
+#include <QWidget>
+#include <QtTest>
+#include <gtest/gtest.h>
+
+// The application as it is delivered, in a real X server, driven by a real pointer and keyboard:
+// nothing of it is linked in here.
+
+namespace talvek::test {
+
+namespace {
+
+constexpr int kPatience = 30'000;
+constexpr const char* kMainWindow = "^Talvek PSD Repair$";
+
+QString corpus()
+{
+    return qEnvironmentVariable("TALVEK_CORPUS", QStringLiteral(TALVEK_CORPUS_DEFAULT));
+}
+
+/// Runs xdotool while our own windows stay alive, and tells what it printed.
+QString xdotool(const QString& arguments)
+{
+    QProcess process;
+    if (qEnvironmentVariableIsSet("TALVEK_SHOW")) {
+        qInfo("xdotool %s", qPrintable(arguments));
+    }
+    process.start(QStringLiteral("xdotool"), arguments.split(' '));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return process.state() == QProcess::NotRunning; }, kPatience))
+        << arguments.toStdString();
+    return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
+}
+
+QString windowNamed(const QString& name)
+{
+    QString window;
+    const bool isThere = QTest::qWaitFor(
+        [&] {
+            window = xdotool("search --onlyvisible --name " + QString(name).replace(' ', '.'));
+            return !window.isEmpty();
+        },
+        kPatience);
+    return isThere ? window.split('\n').last() : QString();
+}
+
+bool appears(const std::function<bool()>& condition)
+{
+    return QTest::qWaitFor(condition, kPatience);
+}
+
+/// A window out of which a file can be dragged.
+class DragSource : public QWidget
+{
+public:
+    explicit DragSource(QString file) : m_file(std::move(file)) { setGeometry(980, 0, 100, 100); }
+
+protected:
+    void mousePressEvent(QMouseEvent* event) override { event->accept(); }
+    void mouseMoveEvent(QMouseEvent* /*event*/) override
+    {
+        auto* dragged = new QMimeData;
+        dragged->setUrls({QUrl::fromLocalFile(m_file)});
+        auto* drag = new QDrag(this);
+        drag->setMimeData(dragged);
+        drag->exec(Qt::CopyAction);
+    }
+
+private:
+    QString m_file;
+};
+
+} // namespace
+
+class RealWindow : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (QGuiApplication::platformName() != "xcb") {
+            GTEST_SKIP() << "no X server";
+        }
+        document = home.filePath("damaged.psd");
+        if (!QFile::copy(corpus() + "/psd-tools--rgb-blend-modes.psd", document)) {
+            GTEST_SKIP() << "no real documents at " << corpus().toStdString();
+        }
+        start();
+    }
+    void TearDown() override
+    {
+        if (application.state() != QProcess::NotRunning) {
+            application.kill();
+            application.waitForFinished();
+        }
+    }
+    void start()
+    {
+        QDir().mkpath(home.filePath("app"));
+        bundle = home.filePath("app/Talvek PSD Repair.app");
+        ASSERT_EQ(QProcess::execute("cp", {"-r", TALVEK_BUNDLE, bundle}), 0);
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("HOME", home.path());
+        environment.insert("QT_QPA_PLATFORM", "xcb");
+        environment.insert("TALVEK_APPEARANCE", "light");
+        application.setProcessEnvironment(environment);
+        application.start(bundle + "/Contents/MacOS/Talvek PSD Repair", QStringList());
+        mainWindow = windowNamed(kMainWindow);
+        ASSERT_FALSE(mainWindow.isEmpty());
+        focus(mainWindow);
+    }
+    static void focus(const QString& window)
+    {
+        xdotool("windowraise " + window);
+        xdotool("windowfocus " + window);
+        QTest::qWait(200);
+    }
+    void drop()
+    {
+        DragSource source(document);
+        source.show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&source));
+        // One run: a drag has an event loop of its own, from which we return only after the drop.
+        xdotool("mousemove 1030 50 sleep 0.2 mousedown 1 mousemove 1020 60 sleep 0.1 "
+                "mousemove 900 200 sleep 0.1 mousemove 600 280 sleep 0.1 mousemove 480 300 "
+                "sleep 0.2 mousemove 481 301 sleep 0.2 mouseup 1");
+        QTest::qWait(500);
+    }
+    [[nodiscard]] QStringList filesIn(const QString& folder) const
+    {
+        return QDir(home.filePath(folder)).entryList(QDir::Files);
+    }
+    [[nodiscard]] bool resultsStand() const
+    {
+        return filesIn("app/.recovered files").contains("damaged.psd_repaired.psd");
+    }
+
+    QTemporaryDir home;
+    QString document;
+    QString bundle;
+    QString mainWindow;
+    QProcess application;
+};
+
+TEST_F(RealWindow, DropRepairLookSaveAndHomeByPointerAndKeys)
+{
+    drop();
+    focus(mainWindow);
+    xdotool("mousemove 838 574 click 1");
+    ASSERT_TRUE(appears([this] { return resultsStand(); }));
+    QTest::qWait(1500);
+
+    xdotool("mousemove 400 205 click --repeat 2 --delay 80 1");
+    const QString preview = windowNamed("damaged.psd_.*-preview");
+    ASSERT_FALSE(preview.isEmpty());
+    focus(preview);
+    xdotool("key ctrl+w");
+
+    focus(mainWindow);
+    xdotool("key ctrl+s sleep 1 key Return");
+    ASSERT_TRUE(appears([this] { return filesIn("Repaired PSD Files").size() > 400; }));
+    EXPECT_EQ(filesIn("Repaired PSD Files"), filesIn("app/.recovered files"));
+
+    QTest::qWait(1000);
+    xdotool("key Return");
+    EXPECT_TRUE(appears([this] { return !QDir(home.filePath("app/.recovered files")).exists(); }));
+
+    focus(mainWindow);
+    xdotool("key ctrl+q");
+    ASSERT_TRUE(appears([this] { return application.state() == QProcess::NotRunning; }));
+    EXPECT_EQ(application.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(application.exitCode(), 0);
+}
+
+TEST_F(RealWindow, ASecondStartBringsTheDocumentToTheFirst)
+{
+    QProcess second;
+    second.setProcessEnvironment(application.processEnvironment());
+    second.start(bundle + "/Contents/MacOS/Talvek PSD Repair", {document});
+    ASSERT_TRUE(appears([&] { return second.state() == QProcess::NotRunning; }));
+    EXPECT_EQ(second.exitCode(), 0);
+    focus(mainWindow);
+    xdotool("key ctrl+r");
+    EXPECT_TRUE(appears([this] { return resultsStand(); }));
+}
+
+} // namespace talvek::test
+
+int main(int argc, char** argv)
+{
+    ::testing::InitGoogleTest(&argc, argv);
+    QApplication application(argc, argv);
+    return RUN_ALL_TESTS();
+}
