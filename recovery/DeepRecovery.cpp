@@ -1,0 +1,78 @@
+#include "recovery/DeepRecovery.h"
+
+#include "recovery/Examination.h"
+#include "recovery/LayeredDocumentWriter.h"
+#include "recovery/PlaneReader.h"
+#include "recovery/ReportWriter.h"
+
+#include <filesystem>
+
+namespace talvek::recovery {
+
+namespace {
+
+/// Examining and writing share the progress bar.
+constexpr double kExamined = 0.7;
+
+std::string stemOf(const std::string& path)
+{
+    const std::string name = path.substr(path.find_last_of('/') + 1);
+    const std::size_t dot = name.find_last_of('.');
+    return dot == std::string::npos || dot == 0 ? name : name.substr(0, dot);
+}
+
+} // namespace
+
+DeepRecovery::DeepRecovery(FileManager& files) : m_files(files) {}
+
+bool DeepRecovery::recoverFileAtPath_andSaveAtPath(const std::string& path,
+                                                   const std::string& folder)
+{
+    m_lastPercent = -1;
+    m_lastStatus.clear();
+    if (!m_files.createFolders(folder, FileManager::kSharedFolder)) {
+        return false;
+    }
+    ReadingFileHandle handle = m_files.openForReading(path);
+    SourceBytes source(handle);
+    Examination examination(source, m_control, [this](const std::string& status, double share) {
+        post(status, kExamined * share);
+    });
+    m_document = examination.run(path);
+    if (m_amend && !m_control.stop()) {
+        m_amend(m_document, m_control);
+    }
+    return !m_control.stop() && writeAll(path, folder) && !m_control.stop();
+}
+
+bool DeepRecovery::writeAll(const std::string& path, const std::string& folder)
+{
+    bool written = true;
+    if (!m_document.layers.empty() || !m_document.composite.channels.empty()) {
+        SourceFiles sources(m_files, m_document.sources);
+        LayeredDocumentWriter writer(m_files, sources, m_document, m_control);
+        const char* extension = m_document.facts.version == 2 ? ".psb" : ".psd";
+        written =
+            writer.write(folder + "/" + stemOf(path) + "_layers" + extension, [this](double share) {
+                post("Writing the layered document", kExamined + (1 - kExamined) * share);
+            });
+    }
+    const bool reported = writeReport(m_files, m_document, folder + "/report.json");
+    post("Done", 1);
+    return written && reported;
+}
+
+void DeepRecovery::post(const std::string& status, double share)
+{
+    // A listener redraws at each post; whole steps are all that it can show.
+    const int percent = static_cast<int>(share * 100);
+    if (percent == m_lastPercent && status == m_lastStatus) {
+        return;
+    }
+    m_lastPercent = percent;
+    m_lastStatus = status;
+    NotificationCenter::defaultCenter().post(kNotification,
+                                             {{"status", status}, {"progress", share * 100}});
+}
+
+} // namespace talvek::recovery

@@ -1,0 +1,149 @@
+#include "recovery/RegionMap.h"
+
+#include <algorithm>
+#include <string>
+
+namespace talvek::recovery {
+
+namespace {
+
+constexpr std::int64_t kMostRead = std::int64_t{64} << 20;
+
+class Map
+{
+public:
+    Map(const RecoveredDocument& document, SourceBytes& source)
+        : m_document(document), m_source(source)
+    {}
+
+    std::vector<Region> run()
+    {
+        collect();
+        std::stable_sort(m_claims.begin(), m_claims.end(), [](const Region& a, const Region& b) {
+            return a.bytes.offset < b.bytes.offset;
+        });
+        std::int64_t at = 0;
+        for (Region claim : m_claims) {
+            const std::int64_t end = std::min(claim.bytes.end(), m_document.size);
+            const std::int64_t start = std::max(claim.bytes.offset, at);
+            if (end <= start) {
+                continue;
+            }
+            addUnclaimed(at, start);
+            claim.bytes = {start, end - start, 0};
+            m_regions.push_back(claim);
+            at = end;
+        }
+        addUnclaimed(at, m_document.size);
+        return std::move(m_regions);
+    }
+
+private:
+    void claim(const ByteRange& bytes, Meaning meaning, State state)
+    {
+        if (bytes.length > 0 && bytes.source == 0) {
+            m_claims.push_back({bytes, meaning, state});
+        }
+    }
+
+    void collect()
+    {
+        claim(m_document.facts.header, Meaning::Header, State::Whole);
+        claim(m_document.facts.colorData, Meaning::Header, State::Whole);
+        for (const Resource& resource : m_document.resources) {
+            claim(resource.whole, Meaning::Resource, State::Whole);
+        }
+        for (const Layer& layer : m_document.layers) {
+            const bool sound = layer.extra.length > 0;
+            claim(layer.record, Meaning::LayerRecord, sound ? State::Whole : State::Partial);
+            for (const Channel& channel : layer.channels) {
+                claim(channel.plane.bytes, Meaning::Plane, channel.plane.state);
+            }
+        }
+        for (const TaggedBlock& block : m_document.blocks) {
+            claim(block.whole, Meaning::TaggedBlock, State::Whole);
+        }
+        claim(m_document.composite.bytes, Meaning::Composite, m_document.composite.state);
+    }
+
+    void addUnclaimed(std::int64_t from, std::int64_t to)
+    {
+        if (from < to) {
+            const bool zeros = isZeros(from, to);
+            m_regions.push_back(
+                {{from, to - from, 0}, zeros ? Meaning::Zeros : Meaning::Unknown, State::Lost});
+        }
+    }
+
+    bool isZeros(std::int64_t from, std::int64_t to)
+    {
+        while (from < to && m_read < kMostRead) {
+            const auto view = m_source.at(from, static_cast<std::size_t>(std::min<std::int64_t>(
+                                                    to - from, SourceBytes::kMostView)));
+            const bool zeros =
+                std::all_of(view.begin(), view.end(), [](std::uint8_t byte) { return byte == 0; });
+            m_read += static_cast<std::int64_t>(view.size());
+            if (view.empty() || !zeros) {
+                return false;
+            }
+            from += static_cast<std::int64_t>(view.size());
+        }
+        return from >= to;
+    }
+
+    const RecoveredDocument& m_document;
+    SourceBytes& m_source;
+    std::int64_t m_read = 0;
+    std::vector<Region> m_claims;
+    std::vector<Region> m_regions;
+};
+
+std::string counted(std::int64_t count, const char* one, const char* many)
+{
+    return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+} // namespace
+
+std::vector<Region> mapRegions(const RecoveredDocument& document, SourceBytes& source)
+{
+    return Map(document, source).run();
+}
+
+void noteMissing(RecoveredDocument& document)
+{
+    std::int64_t found = 0;
+    std::int64_t brackets = 0;
+    for (const Layer& layer : document.layers) {
+        found += layer.hasRecord ? 1 : 0;
+        brackets += layer.inferred ? 1 : 0;
+        document.recordsWithoutPlanes += layer.hasRecord && layer.state == State::Lost ? 1 : 0;
+    }
+    auto& missing = document.missing;
+    if (document.facts.origin == HeaderOrigin::Rebuilt) {
+        missing.emplace_back("The header is lost; it was worked out from the rest.");
+    }
+    if (document.statedLayers && *document.statedLayers > found) {
+        missing.push_back(counted(*document.statedLayers - found, "layer", "layers") + " of " +
+                          std::to_string(*document.statedLayers) +
+                          " left no record that could be found.");
+    }
+    if (document.recordsWithoutPlanes > 0) {
+        missing.push_back(counted(document.recordsWithoutPlanes, "layer has", "layers have") +
+                          " lost all pixels.");
+    }
+    if (document.planesWithoutRecord > 0) {
+        missing.push_back(counted(document.planesWithoutRecord, "plane was", "planes were") +
+                          " found without a record.");
+    }
+    if (brackets > 0) {
+        missing.emplace_back("Ends of groups were missing and have been added.");
+    }
+    if (document.composite.channels.empty()) {
+        missing.emplace_back(document.composite.flattened
+                                 ? "The merged picture is lost; it was made anew from the layers."
+                                 : "The merged picture is lost.");
+    }
+}
+
+} // namespace talvek::recovery

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "recovery/RecoveredDocument.h"
+#include "recovery/SignatureIndex.h"
+#include "recovery/SourceBytes.h"
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace talvek::recovery {
+
+/// The image resources of a document, found by their signatures and not by the section's length.
+class ResourceFinder
+{
+public:
+    ResourceFinder(SourceBytes& source, const SignatureIndex& index)
+        : m_source(source), m_index(index)
+    {}
+
+    /// Looks between `from` and `to`. A block counts when its length leads to another one, or to
+    /// `to`, or to a place where the section's own length says that it ends.
+    void run(std::int64_t from, std::int64_t to);
+
+    [[nodiscard]] const std::vector<Resource>& resources() const { return m_resources; }
+    [[nodiscard]] const Resource* find(std::uint16_t id) const;
+    /// Behind the last resource; -1 if there is none.
+    [[nodiscard]] std::int64_t end() const;
+
+private:
+    std::optional<Resource> resourceAt(std::int64_t offset, std::int64_t limit);
+
+    SourceBytes& m_source;
+    const SignatureIndex& m_index;
+    std::vector<Resource> m_resources;
+};
+
+/// The thumbnail in its resource, if its own sizes agree.
+std::optional<Thumbnail> thumbnailIn(SourceBytes& source, const Resource& resource);
+
+/// How many layers the document had, by the resources that hold so many bytes a layer.
+std::optional<std::int32_t> statedLayerCount(const ResourceFinder& resources);
+
+} // namespace talvek::recovery

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+namespace talvek::recovery {
+
+/// UTF-8 from big-endian UTF-16; what is no character becomes U+FFFD. Zeros at the end are left
+/// out, because many writers count the terminator as a letter.
+std::string utf8OfUtf16(std::span<const std::uint8_t> bytes);
+/// UTF-8 from Mac OS Roman, in which the format holds names that are not Unicode.
+std::string utf8OfMacRoman(std::span<const std::uint8_t> bytes);
+/// Big-endian UTF-16 from UTF-8.
+std::u16string utf16OfUtf8(const std::string& text);
+
+} // namespace talvek::recovery
