@@ -1,0 +1,84 @@
+#include "recovery/output/Advice.h"
+
+#include "recovery/output/ByteMap.h"
+#include "recovery/output/Verdict.h"
+
+#include <algorithm>
+
+namespace talvek::recovery::output {
+
+namespace {
+
+void addDocumentParts(const RecoveredDocument& document, std::vector<std::string>& pieces)
+{
+    for (const EmbeddedFile& file : document.embedded) {
+        if (file.state == State::Partial || file.state == State::Lost) {
+            pieces.push_back("The smart object's source file \"" + file.name + "\" is not whole.");
+        }
+    }
+    const auto mode = document.facts.mode;
+    const bool wantsProfile = mode == ColorMode::Cmyk || mode == ColorMode::Lab;
+    if (wantsProfile && document.profile.length == 0) {
+        pieces.emplace_back("No colour profile was found; the colours of the PNG files are close, "
+                            "but not exact.");
+    }
+}
+
+bool hasZeros(const RecoveredDocument& document)
+{
+    const auto bytes = bytesOfEachMeaning(document);
+    return bytes[static_cast<std::size_t>(Meaning::Zeros)] > 0;
+}
+
+} // namespace
+
+std::vector<std::string> missingPieces(const RecoveredDocument& document)
+{
+    if (document.nothingLeft) {
+        return {};
+    }
+    std::vector<std::string> pieces = document.missing;
+    addDocumentParts(document, pieces);
+    return pieces;
+}
+
+std::vector<std::string> nextSteps(const RecoveredDocument& document, bool hasReference)
+{
+    std::vector<std::string> steps;
+    const Outcome result = outcome(document);
+    const LayerTally count = tally(document);
+    if (result != Outcome::Complete) {
+        if (!hasReference) {
+            steps.push_back(
+                "Look for another copy: an older save, a backup, the version history of "
+                "a cloud folder, a mail attachment. Give it as the reference "
+                "(--reference OLDER.psd), and what is lost here can be taken from it.");
+        }
+        steps.push_back("If the file came from a memory card, a disk or a download, copy it again "
+                        "from there before anything is written to it.");
+    }
+    if (result == Outcome::Nothing) {
+        steps.push_back("Other files of the same folder, or temporary files of the program that "
+                        "saved this one, may still hold the document; try them too.");
+    }
+    if (hasZeros(document) && !document.nothingLeft) {
+        steps.push_back("Runs of zeros are typical of an interrupted save or synchronisation: an "
+                        "earlier version in the cloud's history is often whole.");
+    }
+    if (count.unproved > 0) {
+        steps.push_back(
+            "Look at the layers called unproved: their pixels are all there, but nothing "
+            "in the file can show that none was changed.");
+    }
+    if (count.partial > 0) {
+        steps.push_back(
+            "In partial layers the lost rows are transparent; paint or clone over them.");
+    }
+    if (result == Outcome::Complete) {
+        steps.push_back("Open the layered document, compare it with what you remember, and save it "
+                        "under a new name.");
+    }
+    return steps;
+}
+
+} // namespace talvek::recovery::output

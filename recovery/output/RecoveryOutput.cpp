@@ -1,0 +1,202 @@
+// The run, in order:
+//  1. what is copied as it is: profile, metadata, thumbnail
+//  2. the wording of text layers
+//  3. source files of smart objects; damaged documents among them are recovered in turn
+//  4. pictures
+//  5. the report, which links to all of it
+
+#include "recovery/output/RecoveryOutput.h"
+
+#include "platform/PathString.h"
+#include "recovery/Examination.h"
+#include "recovery/LayeredDocumentWriter.h"
+#include "recovery/PlaneReader.h"
+#include "recovery/output/OutputFile.h"
+#include "recovery/output/Picture.h"
+#include "recovery/output/PictureFiles.h"
+#include "recovery/output/ReportHtml.h"
+#include "recovery/output/TextLayers.h"
+#include "recovery/output/Verdict.h"
+
+#include <utility>
+
+namespace talvek::recovery::output {
+
+namespace {
+
+/// Pictures take nearly all of the time.
+constexpr double kPicturesFrom = 0.05;
+constexpr double kPageFrom = 0.95;
+const std::string kReportName = "report.json";
+
+} // namespace
+
+/// What the stages of one run share.
+struct RecoveryOutput::Run
+{
+    Run(const FileManager& files, const RecoveredDocument& of, std::string in, const Progress& tell)
+        : document(of), folder(std::move(in)), progress(tell), sources(files, of.sources)
+    {}
+
+    [[nodiscard]] std::string pathOf(const std::string& name) const
+    {
+        return appendingPathComponent(folder, name);
+    }
+
+    const RecoveredDocument& document;
+    std::string folder;
+    const Progress& progress;
+    SourceFiles sources;
+};
+
+RecoveryOutput::RecoveryOutput(FileManager& files, const RunControl& control, OutputOptions options)
+    : m_files(files), m_control(control), m_options(std::move(options))
+{}
+
+OutputResult RecoveryOutput::write(const RecoveredDocument& document, const std::string& folder,
+                                   const Progress& progress)
+{
+    m_pictures.clear();
+    m_embedded.clear();
+    m_sidecars.clear();
+    Run run(m_files, document, folder, progress);
+    if (!writeSidecars(run) || !writeTexts(run) || !writeEmbedded(run)) {
+        return OutputResult::Failed;
+    }
+    const OutputResult pictures = writeAllPictures(run);
+    if (pictures != OutputResult::Written) {
+        return pictures;
+    }
+    if (!writePage(run)) {
+        return OutputResult::Failed;
+    }
+    progress("Done", 1);
+    return m_control.stop() ? OutputResult::Stopped : OutputResult::Written;
+}
+
+bool RecoveryOutput::writeSidecars(Run& run)
+{
+    run.progress("Writing profile and metadata", 0);
+    return writeRange(run, run.document.profile, "Profile.icc") &&
+           writeRange(run, run.document.xmp, "Metadata.xmp") &&
+           (!run.document.thumbnail ||
+            writeRange(run, run.document.thumbnail->jpeg, "Thumbnail.jpg"));
+}
+
+bool RecoveryOutput::writeRange(Run& run, const ByteRange& bytes, const std::string& name)
+{
+    if (bytes.length <= 0 || m_control.isStoppedAfterPause()) {
+        return true;
+    }
+    OutputFile file(m_files, run.pathOf(name));
+    if (copyRange(run.sources, bytes, file) < 0 || !file.close()) {
+        return false;
+    }
+    m_sidecars.push_back(name);
+    return true;
+}
+
+bool RecoveryOutput::writeTexts(Run& run)
+{
+    const auto texts = textLayers(run.document, run.sources);
+    if (texts.empty()) {
+        return true;
+    }
+    OutputFile file(m_files, run.pathOf("Text.txt"));
+    file.append(asPage(run.document, texts));
+    if (!file.close()) {
+        return false;
+    }
+    m_sidecars.emplace_back("Text.txt");
+    return true;
+}
+
+bool RecoveryOutput::writeEmbedded(Run& run)
+{
+    if (!m_options.embeddedFiles) {
+        return true;
+    }
+    run.progress("Writing the smart objects' files", kPicturesFrom / 2);
+    RecoverInTurn recover;
+    if (m_options.recoverEmbedded) {
+        recover = [this](const std::string& from, const std::string& to) {
+            return recoverInTurn(from, to);
+        };
+    }
+    auto written =
+        writeEmbeddedFiles(m_files, run.document, run.sources, run.folder, m_control, recover);
+    if (!written) {
+        return false;
+    }
+    m_embedded = std::move(*written);
+    return true;
+}
+
+/// Goes one level deep: what is embedded in an embedded document stays inside it.
+bool RecoveryOutput::recoverInTurn(const std::string& from, const std::string& to)
+{
+    ReadingFileHandle handle = m_files.openForReading(from);
+    SourceBytes source(handle);
+    Examination examination(source, m_control, [](const std::string&, double) {});
+    const RecoveredDocument document = examination.run(from);
+    const bool isSound = outcome(document) == Outcome::Complete &&
+                         document.facts.origin == HeaderOrigin::Header && document.missing.empty();
+    if (m_control.stop() || isSound || outcome(document) == Outcome::Nothing) {
+        return false;
+    }
+    SourceFiles sources(m_files, document.sources);
+    LayeredDocumentWriter writer(m_files, sources, document, m_control);
+    if (writer.write(to, [](double) {}) && !m_control.stop()) {
+        return true;
+    }
+    m_files.removeItem(to);
+    return false;
+}
+
+OutputResult RecoveryOutput::writeAllPictures(Run& run)
+{
+    if (!m_options.pictures) {
+        return OutputResult::Written;
+    }
+    m_pictures = planPictures(run.document);
+    const auto tell = [&run](double share) {
+        run.progress("Writing the layers' pictures",
+                     kPicturesFrom + (kPageFrom - kPicturesFrom) * share);
+    };
+    switch (writePictures(m_files, run.document, m_pictures, run.folder, m_control, tell)) {
+    case PictureResult::Written:
+        return OutputResult::Written;
+    case PictureResult::Stopped:
+        return OutputResult::Stopped;
+    case PictureResult::Failed:
+        break;
+    }
+    return OutputResult::Failed;
+}
+
+bool RecoveryOutput::writePage(Run& run)
+{
+    if (!m_options.reportPage) {
+        return true;
+    }
+    ReportContents contents;
+    contents.documentName = lastPathComponent(run.document.sources.at(0));
+    contents.pictures = m_pictures;
+    contents.embedded = m_embedded;
+    const std::string stem = deletingPathExtension(contents.documentName);
+    for (const std::string& name : {stem + "_layers.psd", stem + "_layers.psb", kReportName}) {
+        if (m_files.existsAtPath(run.pathOf(name))) {
+            contents.otherFiles.push_back(name);
+        }
+    }
+    contents.otherFiles.insert(contents.otherFiles.end(), m_sidecars.begin(), m_sidecars.end());
+    contents.fromReference = m_options.fromReference;
+    contents.usesProfile = ColorConversion(colorFacts(run.document, run.sources)).usesProfile();
+    return writeReportPage(m_files, run.document, run.sources, contents, run.pathOf("report.html"),
+                           m_control, [&run](double share) {
+                               run.progress("Writing the report",
+                                            kPageFrom + (1 - kPageFrom) * share);
+                           });
+}
+
+} // namespace talvek::recovery::output
