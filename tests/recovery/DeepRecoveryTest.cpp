@@ -1,0 +1,92 @@
+#include "recovery/DeepRecovery.h"
+
+#include "tests/recovery/Damaged.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace talvek::test {
+
+using namespace recovery;
+
+nlohmann::json reportOf(const Bytes& bytes)
+{
+    const Source source(bytes);
+    const std::string folder = source.folder().pathOf("out");
+    DeepRecovery recovery;
+    EXPECT_TRUE(recovery.recoverFileAtPath_andSaveAtPath(source.path(), folder));
+    EXPECT_EQ(readFile(source.path()), bytes) << "the document itself was changed";
+    const Bytes report = readFile(folder + "/report.json");
+    return nlohmann::json::parse(report.begin(), report.end());
+}
+
+TEST(DeepRecovery, TheReportSaysWhatEachPlaneIsAndWhatProvesIt)
+{
+    const auto report = reportOf(threeLayers().build().bytes);
+    EXPECT_EQ(report["document"]["width"], 40);
+    EXPECT_EQ(report["document"]["version"], 1);
+    const auto& layer = report["layers"][2];
+    EXPECT_EQ(layer["name"], "sand");
+    EXPECT_EQ(layer["state"], "whole");
+    EXPECT_EQ(layer["channels"][0]["id"], -1);
+    EXPECT_EQ(layer["channels"][0]["proof"], "PackBits rows");
+    EXPECT_EQ(report["composite"]["state"], "whole");
+}
+
+TEST(DeepRecovery, TheReportNamesLostRows)
+{
+    Document document = threeLayers().build();
+    const auto& channel = document.records[0].channels[0];
+    document.zeroFill(channel.data + channel.length - 30, 30);
+    const auto report = reportOf(document.bytes);
+    const auto& plane = report["layers"][0]["channels"][0];
+    EXPECT_EQ(plane["state"], "partial");
+    EXPECT_EQ(plane["lostRows"].back()[1], 30);
+}
+
+TEST(DeepRecovery, NothingLeftIsAReportToo)
+{
+    const auto report = reportOf(Bytes(5000, 0));
+    EXPECT_EQ(report["nothingLeft"], true);
+    EXPECT_TRUE(report["layers"].empty());
+}
+
+TEST(DeepRecovery, TheMapOfTheBytesHasNoGap)
+{
+    Document document = threeLayers().build();
+    document.zeroFill(document.records[1].start, 50);
+    const Found found(document);
+    std::int64_t at = 0;
+    for (const Region& region : found.document().regions) {
+        EXPECT_EQ(region.bytes.offset, at);
+        at = region.bytes.end();
+    }
+    EXPECT_EQ(at, document.size());
+}
+
+TEST(DeepRecovery, AStopEndsTheRunBeforeItIsDone)
+{
+    const Source source(threeLayers().build().bytes);
+    DeepRecovery recovery;
+    recovery.setStopflag(true);
+    EXPECT_FALSE(
+        recovery.recoverFileAtPath_andSaveAtPath(source.path(), source.folder().pathOf("out")));
+}
+
+TEST(DeepRecovery, ProgressNeverGoesBack)
+{
+    auto& center = NotificationCenter::defaultCenter();
+    double last = 0;
+    bool ascends = true;
+    const int token = center.addObserver(DeepRecovery::kNotification, [&](const UserInfo& info) {
+        const double now = std::get<double>(info.at("progress"));
+        ascends = ascends && now >= last;
+        last = now;
+    });
+    reportOf(threeLayers().build().bytes);
+    center.removeObserver(token);
+    EXPECT_TRUE(ascends);
+    EXPECT_EQ(last, 100);
+}
+
+} // namespace talvek::test

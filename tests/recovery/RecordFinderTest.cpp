@@ -1,0 +1,94 @@
+#include "recovery/RecordFinder.h"
+
+#include "tests/recovery/Damaged.h"
+
+#include <gtest/gtest.h>
+
+namespace talvek::test {
+
+using namespace recovery;
+
+std::vector<LayerRecord> recordsIn(const Document& document)
+{
+    Source source(document.bytes);
+    const RunControl control;
+    SignatureIndex index;
+    index.build(source.bytes(), control, [](std::int64_t) {});
+    return findRecords(source.bytes(), index, {}, control).records;
+}
+
+TEST(RecordFinder, FindsEveryRecordFromItsStartToItsEnd)
+{
+    const Document document = threeLayers().build();
+    const auto records = recordsIn(document);
+    ASSERT_EQ(records.size(), 3U);
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        EXPECT_EQ(records[i].start, document.records[i].start);
+        EXPECT_EQ(records[i].end, document.records[i].end);
+        EXPECT_TRUE(records[i].endIsProved);
+        EXPECT_EQ(records[i].layer.name, document.records[i].name);
+    }
+}
+
+TEST(RecordFinder, TheBlendModeIsNotNeeded)
+{
+    Document document = threeLayers().build();
+    document.overwrite(document.records[1].signature + 4, bytesOf("????"));
+    EXPECT_EQ(recordsIn(document).size(), 3U);
+}
+
+TEST(RecordFinder, ALostExtraLengthIsFoundFromTheBlocks)
+{
+    Document document =
+        threeLayers().taggedBlock("lyid", {0, 0, 0, 9}).taggedBlock("lclr", Bytes(8)).build();
+    document.lieLength(document.records[2].extraLength, 0x7FFFFFFF);
+    const auto records = recordsIn(document);
+    ASSERT_EQ(records.size(), 3U);
+    EXPECT_EQ(records[2].end, document.records[2].end);
+    EXPECT_EQ(records[2].layer.id, 9U);
+}
+
+TEST(RecordFinder, ARecordWithALyingLengthEndsWhereTheNextBegins)
+{
+    Document document = threeLayers().build();
+    document.lieLength(document.records[0].extraLength, 5);
+    const auto records = recordsIn(document);
+    ASSERT_EQ(records.size(), 3U);
+    EXPECT_EQ(records[0].end, document.records[1].start);
+}
+
+TEST(RecordFinder, ACountThatDoesNotAgreeWithItsListIsNoRecord)
+{
+    Document document = threeLayers().build();
+    document.flipByte(document.records[1].start + 17); // the count's low byte
+    EXPECT_EQ(recordsIn(document).size(), 2U);
+}
+
+TEST(RecordFinder, ChannelsTwiceInAListAreNoRecord)
+{
+    Document document = threeLayers().build();
+    document.overwrite(document.records[0].channels[1].entry, {0xFF, 0xFF}); // -1 again
+    EXPECT_EQ(recordsIn(document).size(), 2U);
+}
+
+TEST(RecordFinder, OnlyListsThatProgramsWriteAreUsual)
+{
+    LayerRecord record;
+    for (const int id : {-1, 0, 1, 2}) {
+        record.entries.push_back({static_cast<std::int16_t>(id), 2});
+    }
+    EXPECT_TRUE(hasUsualChannels(record, 3));
+    record.entries.back().id = 5;
+    EXPECT_FALSE(hasUsualChannels(record, 3));
+}
+
+TEST(RecordFinder, RecordsBehindThePlanesOfACompleteDocumentAreAnothers)
+{
+    const Document document = threeLayers().build();
+    Bytes both = document.bytes;
+    append(both, threeLayers().build().bytes);
+    const Found found(both);
+    EXPECT_EQ(found.names(), "sky,sea,sand");
+}
+
+} // namespace talvek::test

@@ -1,0 +1,95 @@
+#include "recovery/output/Verdict.h"
+
+#include <gtest/gtest.h>
+
+namespace talvek::recovery::output {
+namespace {
+
+RecoveredDocument withLayers(std::initializer_list<State> states, State composite = State::Whole)
+{
+    RecoveredDocument document;
+    document.size = 1000;
+    for (const State state : states) {
+        Layer layer;
+        layer.state = state;
+        document.layers.push_back(layer);
+    }
+    document.composite.state = composite;
+    return document;
+}
+
+TEST(Verdict, AnEmptyDocumentHasNothingLeft)
+{
+    RecoveredDocument document;
+    document.nothingLeft = true;
+    EXPECT_EQ(verdict(document), "It is empty: nothing is left in this file.");
+    document.size = 7;
+    EXPECT_EQ(verdict(document), "Every byte of it is the same: nothing is left in this file.");
+    EXPECT_EQ(outcome(document), Outcome::Nothing);
+}
+
+TEST(Verdict, NothingFoundIsSaidSo)
+{
+    const auto document = withLayers({}, State::Lost);
+    EXPECT_EQ(verdict(document), "Neither layers nor a picture could be found in this file.");
+    EXPECT_EQ(outcome(document), Outcome::Nothing);
+}
+
+TEST(Verdict, AllWhole)
+{
+    const auto document = withLayers({State::Whole, State::Whole});
+    EXPECT_EQ(verdict(document), "All 2 layers are back, and the merged picture is whole.");
+    EXPECT_EQ(outcome(document), Outcome::Complete);
+}
+
+TEST(Verdict, UnprovedIsNotCalledWhole)
+{
+    const auto document = withLayers({State::Whole, State::Unproved}, State::Unproved);
+    EXPECT_EQ(verdict(document), "All 2 layers are back, though nothing in the file can prove the "
+                                 "pixels of 1 of them, and the merged picture is there.");
+    EXPECT_EQ(outcome(document), Outcome::Complete);
+}
+
+TEST(Verdict, LossesAreCounted)
+{
+    const auto document = withLayers({State::Whole, State::Partial, State::Lost}, State::Lost);
+    EXPECT_EQ(verdict(document),
+              "1 of 3 layers is back complete, 1 in part, and of 1 only name and "
+              "place are left; the merged picture is lost.");
+    EXPECT_EQ(outcome(document), Outcome::Damaged);
+}
+
+TEST(Verdict, LayersWithoutATraceAreMissed)
+{
+    auto document = withLayers({State::Whole});
+    document.statedLayers = 3;
+    EXPECT_EQ(verdict(document), "The one layer is back; 2 more are gone without a trace, and the "
+                                 "merged picture is whole.");
+    EXPECT_EQ(outcome(document), Outcome::Damaged);
+}
+
+TEST(Verdict, GroupBracketsAreNoLayers)
+{
+    auto document = withLayers({State::Whole, State::Whole, State::Whole});
+    document.layers[0].group = Group::End;
+    document.layers[2].group = Group::Open;
+    document.statedLayers = 3;
+    EXPECT_EQ(verdict(document), "The one layer is back, and the merged picture is whole.");
+}
+
+TEST(Verdict, AFlatDocumentIsAPicture)
+{
+    EXPECT_EQ(verdict(withLayers({})), "The picture is back whole; the document has no layers.");
+}
+
+TEST(Verdict, AFlattenedPictureIsNotTheStoredOne)
+{
+    auto document = withLayers({State::Whole});
+    document.composite.flattened = true;
+    EXPECT_EQ(verdict(document), "The one layer is back; the merged picture was lost and has been "
+                                 "made anew from the layers.");
+    EXPECT_EQ(outcome(document), Outcome::Damaged);
+}
+
+} // namespace
+} // namespace talvek::recovery::output
