@@ -128,6 +128,7 @@ protected:
         environment.insert("QT_QPA_PLATFORM", "xcb");
         environment.insert("TALVEK_APPEARANCE", "light");
         application.setProcessEnvironment(environment);
+        application.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         application.start(bundle + "/Contents/MacOS/Talvek PSD Repair", QStringList());
         ASSERT_TRUE(appears([this] {
             mainWindow = visibleWindow(kMainWindow);
@@ -235,6 +236,7 @@ TEST_F(RealWindow, ASecondStartBringsTheDocumentToTheFirst)
 {
     QProcess second;
     second.setProcessEnvironment(application.processEnvironment());
+    second.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     second.start(bundle + "/Contents/MacOS/Talvek PSD Repair", {document});
     ASSERT_TRUE(appears([&] { return second.state() == QProcess::NotRunning; }));
     EXPECT_EQ(second.exitCode(), 0);
