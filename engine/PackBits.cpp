@@ -40,9 +40,20 @@ PackBitsTotals expandPackBitsRuns(std::span<const std::uint8_t> packed, std::siz
     assert(opensBefore <= packed.size() && out.size() >= mostPlainBytes(opensBefore));
     PackBitsTotals totals;
     while (totals.packedBytes < opensBefore) {
-        const PackBitsRun run = packBitsRun(packed[totals.packedBytes]);
-        expandPackBitsRun(run, packed.subspan(totals.packedBytes),
-                          out.subspan(totals.plainBytes, run.plainBytes));
+        const auto ahead = packed.subspan(totals.packedBytes);
+        const auto room = out.subspan(totals.plainBytes);
+        const PackBitsRun run = packBitsRun(ahead.front());
+        // A copy of fixed size is a few instructions, one of any size a call; what it writes too
+        // much is written over by the next run.
+        if (ahead.size() > kMostRunBytes && room.size() >= kMostRunBytes) {
+            if (run.repeats) {
+                std::memset(room.data(), ahead[1], kMostRunBytes);
+            } else {
+                std::memcpy(room.data(), ahead.data() + 1, kMostRunBytes);
+            }
+        } else {
+            expandPackBitsRun(run, ahead, room.first(run.plainBytes));
+        }
         totals.packedBytes += run.packedBytes;
         totals.plainBytes += run.plainBytes;
     }

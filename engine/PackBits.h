@@ -46,7 +46,7 @@ constexpr std::size_t mostPlainBytes(std::size_t packedBytes)
 }
 
 /// Expands every run that opens before `opensBefore`, one behind the other; the last may end behind
-/// it. As `expandPackBitsRun` run by run.
+/// it. As `expandPackBitsRun` run by run, but that `out` may be written on behind what they make.
 /// Requires: opensBefore <= packed.size(), out.size() >= mostPlainBytes(opensBefore).
 PackBitsTotals expandPackBitsRuns(std::span<const std::uint8_t> packed, std::size_t opensBefore,
                                   std::span<std::uint8_t> out);

@@ -1,6 +1,7 @@
 #include "engine/PackedDraft.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace talvek {
 
@@ -37,15 +38,8 @@ std::size_t PackedDraft::read(std::int64_t offset, std::span<std::uint8_t> into)
     if (offset < 0) {
         return 0;
     }
-    const auto startsBehind = [](std::int64_t place, const Piece& piece) {
-        return place < piece.start;
-    };
-    auto piece = std::upper_bound(m_pieces.begin(), m_pieces.end(), offset, startsBehind);
-    if (piece != m_pieces.begin()) {
-        --piece;
-    }
     std::size_t done = 0;
-    for (; piece != m_pieces.end() && done < into.size(); ++piece) {
+    for (auto piece = pieceAt(offset); piece != m_pieces.end() && done < into.size(); ++piece) {
         const std::int64_t from = offset + static_cast<std::int64_t>(done) - piece->start;
         if (from < 0) {
             // The piece before was read short, and there the whole read ends.
@@ -54,6 +48,26 @@ std::size_t PackedDraft::read(std::int64_t offset, std::span<std::uint8_t> into)
         done += readPiece(*piece, from, into.subspan(done));
     }
     return done;
+}
+
+std::span<const std::uint8_t> PackedDraft::inPlace(std::int64_t offset, std::size_t count)
+{
+    const auto piece = pieceAt(offset);
+    if (piece == m_pieces.end() || piece->isOwn || offset < piece->start ||
+        piece->length - (offset - piece->start) < static_cast<std::int64_t>(count)) {
+        return {};
+    }
+    return m_document.inPlace(piece->offset + (offset - piece->start), count);
+}
+
+/// The piece that holds `offset`, or the last one before it, or the first of all.
+std::vector<PackedDraft::Piece>::const_iterator PackedDraft::pieceAt(std::int64_t offset) const
+{
+    const auto startsBehind = [](std::int64_t place, const Piece& piece) {
+        return place < piece.start;
+    };
+    const auto next = std::upper_bound(m_pieces.begin(), m_pieces.end(), offset, startsBehind);
+    return next == m_pieces.begin() ? next : std::prev(next);
 }
 
 /// Reads from the byte `from` of a piece to the piece's end, as far as there is room.

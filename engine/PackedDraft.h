@@ -33,6 +33,7 @@ public:
 
     [[nodiscard]] std::int64_t size() const override { return m_size; }
     std::size_t read(std::int64_t offset, std::span<std::uint8_t> into) override;
+    std::span<const std::uint8_t> inPlace(std::int64_t offset, std::size_t count) override;
 
     /// A byte of the damaged document could not be read: what was read from the draft is not what
     /// the written document would have held.
@@ -42,6 +43,7 @@ public:
     [[nodiscard]] std::span<const std::uint8_t> ownBytes(const Piece& piece) const;
 
 private:
+    [[nodiscard]] std::vector<Piece>::const_iterator pieceAt(std::int64_t offset) const;
     std::size_t readPiece(const Piece& piece, std::int64_t from, std::span<std::uint8_t> into);
     void append(Piece piece);
 

@@ -5,6 +5,8 @@
 #include "platform/PathString.h"
 
 #include <array>
+#include <optional>
+#include <utility>
 
 namespace talvek {
 
@@ -74,9 +76,20 @@ void Repair::decodeManyBlocks(ByteSource& input, std::int64_t position, std::int
     Volume& volume = outputVolume();
     BlockBuffer buffer = {};
     std::int64_t consumed = 0;
+    std::optional<std::int64_t> skipped; // where the block began that the buffer was spared
     while (consumed < remaining && !isAborted()) {
-        input.read(position + consumed, buffer);
-        consumed += static_cast<std::int64_t>(decodeBlock(buffer, volume, output));
+        const std::int64_t start = position + consumed;
+        std::span<const std::uint8_t> block = input.inPlace(start, buffer.size());
+        if (!block.empty()) {
+            skipped = start;
+        } else {
+            if (skipped) {
+                input.read(*std::exchange(skipped, std::nullopt), buffer);
+            }
+            input.read(start, buffer);
+            block = buffer;
+        }
+        consumed += static_cast<std::int64_t>(decodeBlock(block, volume, output));
     }
 }
 

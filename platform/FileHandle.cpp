@@ -87,6 +87,15 @@ std::size_t ReadingFileHandle::read(std::int64_t offset, std::span<std::uint8_t>
     return bytes.size();
 }
 
+std::span<const std::uint8_t> ReadingFileHandle::inPlace(std::int64_t offset, std::size_t count)
+{
+    if (count > kWindowBytes) {
+        return {};
+    }
+    const auto bytes = bytesAt(offset, count, count);
+    return bytes.size() == count ? bytes : std::span<const std::uint8_t>();
+}
+
 std::span<const std::uint8_t> ReadingFileHandle::bytesAt(std::int64_t offset, std::size_t atLeast,
                                                          std::size_t atMost)
 {

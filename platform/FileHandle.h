@@ -44,6 +44,9 @@ public:
     /// Reads into `into`, short at the end. A negative offset gives no bytes.
     /// @return bytes read, from 0 to `into.size()`
     virtual std::size_t read(std::int64_t offset, std::span<std::uint8_t> into) = 0;
+    /// The `count` bytes at `offset` where they are, without a copy; good until the next call.
+    /// Empty if they are not all to be had in one piece: then they have to be read.
+    virtual std::span<const std::uint8_t> inPlace(std::int64_t offset, std::size_t count) = 0;
 };
 
 /// Bytes that one read of `count` at `offset` would return; a negative count asks for all to the
@@ -70,6 +73,7 @@ public:
 
     /// Short before a byte that cannot be read, too.
     std::size_t read(std::int64_t offset, std::span<std::uint8_t> into) override;
+    std::span<const std::uint8_t> inPlace(std::int64_t offset, std::size_t count) override;
 
     /// As a read of `atLeast` bytes at `offset`, but without a copy, and with up to `atMost` bytes
     /// if the window holds them. The view is good until the next call.

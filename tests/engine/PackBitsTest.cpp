@@ -79,6 +79,34 @@ TEST(PackBits, EveryRunExpandsFromEveryPrefix)
     }
 }
 
+TEST(PackBits, ManyRunsAtOnceAreThoseRunsOneByOne)
+{
+    Random random(7);
+    SCOPED_TRACE(random.seedText());
+    for (int round = 0; round < 2000; ++round) {
+        Bytes packed(random.below(2048) + 1);
+        for (std::uint8_t& byte : packed) {
+            byte = static_cast<std::uint8_t>(random.below(256));
+        }
+        const std::size_t opensBefore = random.below(packed.size() + 1);
+        Bytes atOnce(mostPlainBytes(opensBefore));
+        const PackBitsTotals totals = expandPackBitsRuns(packed, opensBefore, atOnce);
+        atOnce.resize(totals.plainBytes);
+
+        Bytes oneByOne;
+        std::size_t taken = 0;
+        while (taken < opensBefore) {
+            const PackBitsRun run = packBitsRun(packed[taken]);
+            Bytes plain(run.plainBytes);
+            expandPackBitsRun(run, std::span(packed).subspan(taken), plain);
+            oneByOne.insert(oneByOne.end(), plain.begin(), plain.end());
+            taken += run.packedBytes;
+        }
+        ASSERT_EQ(totals.packedBytes, taken) << round;
+        ASSERT_EQ(atOnce, oneByOne) << round;
+    }
+}
+
 TEST(PackBits, TheTestsOwnPackersAreUndoneRunByRun)
 {
     Random random(44);

@@ -57,6 +57,28 @@ TEST(PackedDraft, EveryReadIsThatOfTheWrittenDocument)
     EXPECT_FALSE(drafted.draft.hasFailed());
 }
 
+TEST(PackedDraft, BytesInPlaceAreThoseOfARangeOrNone)
+{
+    MemoryFile memory(patternOf(5000));
+    Drafted drafted(memory, memory.bytes);
+    constexpr std::size_t kCount = 100;
+    std::size_t served = 0;
+    for (std::size_t offset = 0; offset < drafted.whole.size() + 40; ++offset) {
+        const auto bytes = drafted.draft.inPlace(static_cast<std::int64_t>(offset), kCount);
+        const std::size_t end = offset + kCount;
+        const bool isInARange = (offset >= kHead && end <= kHead + kRange) ||
+                                (offset >= kHead + kRange + kTail && end <= drafted.whole.size());
+        ASSERT_EQ(bytes.size(), isInARange ? kCount : 0) << offset;
+        ASSERT_TRUE(std::equal(bytes.begin(), bytes.end(),
+                               drafted.whole.begin() +
+                                   static_cast<std::ptrdiff_t>(isInARange ? offset : 0)))
+            << offset;
+        served += bytes.size();
+    }
+    EXPECT_GT(served, 0U);
+    EXPECT_TRUE(drafted.draft.inPlace(-1, 1).empty());
+}
+
 TEST(PackedDraft, AReadEndsWhereTheDocumentCannotBeRead)
 {
     MemoryFile memory(patternOf(5000));

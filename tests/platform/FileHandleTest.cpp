@@ -138,6 +138,22 @@ TEST(ReadingFileHandle, AViewHasAtLeastWhatARowOfChunksAsksForAndAtMostAWindow)
     }
 }
 
+TEST(ReadingFileHandle, BytesInPlaceAreAllThatWereAskedForOrNone)
+{
+    const TemporaryFolder place;
+    const Bytes contents = patternOf(3 * kMiB + 5);
+    ReadingFileHandle handle(SystemCalls::real(), place.write("document", contents));
+    const auto size = static_cast<std::int64_t>(contents.size());
+    for (const std::int64_t offset : {std::int64_t{0}, std::int64_t{4000}, size - 2048}) {
+        const auto bytes = handle.inPlace(offset, 2048);
+        EXPECT_EQ(Bytes(bytes.begin(), bytes.end()), slice(contents, offset, offset + 2048));
+    }
+    EXPECT_TRUE(handle.inPlace(size - 2047, 2048).empty());
+    EXPECT_TRUE(handle.inPlace(-1, 2048).empty());
+    EXPECT_TRUE(handle.inPlace(0, ReadingFileHandle::kWindowBytes + 1).empty());
+    EXPECT_TRUE(ReadingFileHandle().inPlace(0, 1).empty());
+}
+
 TEST(ReadingFileHandle, OffsetsBeforeTheStartAndBehindTheEndBringNothing)
 {
     MemoryFile memory(patternOf(100));
