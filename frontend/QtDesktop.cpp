@@ -8,6 +8,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QGridLayout>
+#include <QLabel>
 #include <QMessageBox>
 #include <QNetworkInformation>
 #include <QProcess>
@@ -35,6 +36,14 @@ QString filterOf(const QStringList& types)
     }
     return tr("Photoshop documents") + QStringLiteral(" (") + patterns.join(QLatin1Char(' ')) +
            QLatin1Char(')');
+}
+
+/// The texts can hold file names, which are no markup.
+void showPlainTexts(const QMessageBox& box)
+{
+    for (QLabel* label : box.findChildren<QLabel*>()) {
+        label->setTextFormat(Qt::PlainText);
+    }
 }
 
 /// Room to breathe; the box's own margins are those of a tool window.
@@ -111,6 +120,7 @@ AlertAnswer QtDesktop::runAlertPanel(QWidget* window, const AlertPanel& alert)
     if (!alert.otherButton.isEmpty()) {
         otherButton = box.addButton(alert.otherButton, QMessageBox::ActionRole);
     }
+    showPlainTexts(box);
     spaceOut(box);
     box.exec();
     if (box.clickedButton() == alternateButton && alternateButton != nullptr) {
@@ -128,6 +138,7 @@ void QtDesktop::beginAlertSheet(QWidget* window, const AlertSheet& alert,
     box->setText(alert.messageText);
     box->setInformativeText(alert.informativeText);
     box->addButton(alert.button, QMessageBox::AcceptRole);
+    showPlainTexts(*box);
     spaceOut(*box);
     QObject::connect(box, &QDialog::finished, window,
                      [dismissed = std::move(dismissed)] { dismissed(); });

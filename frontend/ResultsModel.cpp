@@ -1,5 +1,7 @@
 #include "frontend/ResultsModel.h"
 
+#include "frontend/ShownText.h"
+
 #include <utility>
 
 namespace talvek {
@@ -45,7 +47,8 @@ int ResultsModel::columnCount(const QModelIndex& parent) const
 QVariant ResultsModel::data(const QModelIndex& index, int role) const
 {
     if (role == Qt::DisplayRole) {
-        return m_source.objectValue(columnIdentifier(index.column()), index.row());
+        return shownName(
+            m_source.objectValue(columnIdentifier(index.column()), index.row()).toString());
     }
     return role == Qt::TextAlignmentRole ? QVariant::fromValue(alignmentOf(index.column()))
                                          : QVariant();

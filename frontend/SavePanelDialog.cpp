@@ -1,5 +1,6 @@
 #include "frontend/SavePanelDialog.h"
 
+#include "frontend/ShownText.h"
 #include "ui_SavePanelDialog.h"
 
 #include <QDir>
@@ -20,7 +21,7 @@ QString usualFolder()
 } // namespace
 
 SavePanelDialog::SavePanelDialog(const SavePanel& panel, QWidget* parent)
-    : QDialog(parent), m_ui(std::make_unique<Ui::SavePanelDialog>()), m_parentFolder(usualFolder())
+    : QDialog(parent), m_ui(std::make_unique<Ui::SavePanelDialog>())
 {
     m_ui->setupUi(this);
     QPushButton* save = m_ui->saveButton;
@@ -32,7 +33,7 @@ SavePanelDialog::SavePanelDialog(const SavePanel& panel, QWidget* parent)
     connect(m_ui->cancelButton, &QPushButton::clicked, this, &QDialog::reject);
     m_ui->nameField->setText(panel.nameField);
     m_ui->nameField->selectAll();
-    showParentFolder();
+    setParentFolder(usualFolder());
 }
 
 SavePanelDialog::~SavePanelDialog() = default;
@@ -46,15 +47,15 @@ void SavePanelDialog::chooseParentFolder()
 {
     const QString chosen = QFileDialog::getExistingDirectory(this, tr("Save In"), m_parentFolder);
     if (!chosen.isEmpty()) {
-        m_parentFolder = chosen;
-        showParentFolder();
+        setParentFolder(chosen);
     }
 }
 
-void SavePanelDialog::showParentFolder()
+void SavePanelDialog::setParentFolder(const QString& folder)
 {
+    m_parentFolder = folder;
     m_ui->folderField->setText(QDir::toNativeSeparators(m_parentFolder));
-    m_ui->folderField->setToolTip(m_parentFolder);
+    m_ui->folderField->setToolTip(shownInToolTip(m_parentFolder));
 }
 
 bool SavePanelDialog::hasUsableName() const

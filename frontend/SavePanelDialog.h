@@ -22,10 +22,11 @@ public:
     ~SavePanelDialog() override;
 
     [[nodiscard]] SaveDestination destination() const;
+    /// The folder that is to hold the new one; the user's documents until it is set.
+    void setParentFolder(const QString& folder);
 
 private:
     void chooseParentFolder();
-    void showParentFolder();
     /// A name with a slash would lead elsewhere.
     [[nodiscard]] bool hasUsableName() const;
 

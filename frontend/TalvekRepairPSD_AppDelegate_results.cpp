@@ -1,4 +1,5 @@
 #include "frontend/PreviewView.h"
+#include "frontend/ShownText.h"
 #include "frontend/TalvekRepairPSD_AppDelegate.h"
 
 #include <QFile>
@@ -69,7 +70,7 @@ void TalvekRepairPSD_AppDelegate::doubleClicked(QObject* /*sender*/)
 void TalvekRepairPSD_AppDelegate::previewWithDictionary(const FileRecord& record)
 {
     const QString name = QFile::decodeName(record.fileName.c_str());
-    m_imageViewWindow->setWindowTitle(name + QStringLiteral("-preview"));
+    m_imageViewWindow->setWindowTitle(shownInTitle(name) + QStringLiteral("-preview"));
     m_imageViewWindow->show();
     m_imageViewWindow->raise();
     m_imageViewWindow->activateWindow();

@@ -1,5 +1,6 @@
 #include "frontend/MainWindow.h"
 #include "frontend/ProgressBar.h"
+#include "frontend/ShownText.h"
 #include "frontend/TabView.h"
 #include "frontend/TalvekRepairPSD_AppDelegate.h"
 #include "platform/PathString.h"
@@ -110,7 +111,7 @@ bool TalvekRepairPSD_AppDelegate::mayUseFolder(const QString& folder)
         return true;
     }
     const AlertPanel question{
-        tr("\"%1\" already exists").arg(QFileInfo(folder).fileName()),
+        tr("\"%1\" already exists").arg(shownName(QFileInfo(folder).fileName())),
         tr("The salvaged files are put into it. Files of the same names in it are replaced."),
         tr("Save There"), tr("Cancel")};
     return m_desktop.runAlertPanel(m_window.get(), question) != AlertAnswer::Alternate;
@@ -315,7 +316,10 @@ void TalvekRepairPSD_AppDelegate::savingEnded(const CopyResult& result)
 /// Going home would delete the only whole copies there are.
 void TalvekRepairPSD_AppDelegate::warnOfIncomplete(const QStringList& names)
 {
-    QStringList shown = names.mid(0, kMostNamesShown);
+    QStringList shown;
+    for (const QString& name : names.mid(0, kMostNamesShown)) {
+        shown << shownName(name);
+    }
     if (names.size() > shown.size()) {
         shown << tr("and %n more", nullptr, static_cast<int>(names.size() - shown.size()));
     }

@@ -3,6 +3,7 @@
 #include "frontend/PreviewView.h"
 #include "frontend/ProgressBar.h"
 #include "frontend/ResultsModel.h"
+#include "frontend/ShownText.h"
 #include "frontend/TabView.h"
 #include "frontend/TalvekRepairPSD_AppDelegate.h"
 #include "ui_AbortRepairWindow.h"
@@ -43,11 +44,19 @@ void setUpColumns(QTableView* table)
     header->resizeSection(2, kSizeColumnWidth);
 }
 
+/// What a label shows may be a file's name, and a name is no markup, whatever it holds.
+void showPlainTexts(const QWidget* window)
+{
+    for (QLabel* label : window->findChildren<QLabel*>()) {
+        label->setTextFormat(Qt::PlainText);
+    }
+}
+
 /// Long paths begin at their beginning, not where the cursor was left.
 void showPath(QLineEdit* field)
 {
     QObject::connect(field, &QLineEdit::textChanged, field, [field](const QString& text) {
-        field->setToolTip(text);
+        field->setToolTip(shownInToolTip(text));
         field->setCursorPosition(0);
     });
 }
@@ -94,6 +103,7 @@ void TalvekRepairPSD_AppDelegate::loadLayout()
                                  this);
     tableView->setModel(m_results);
     setUpColumns(tableView);
+    showPlainTexts(m_window.get());
     for (QLineEdit* field : {filePathTextField, sourcePathTextField, saveDestinationPath}) {
         showPath(field);
     }
@@ -266,7 +276,7 @@ void TalvekRepairPSD_AppDelegate::showChoice()
     const QFileInfo chosen(m_corruptFilePath);
     const QFontMetrics metrics(ui.dropTitleLabel->font());
     ui.dropTitleLabel->setText(
-        metrics.elidedText(chosen.fileName(), Qt::ElideMiddle, kMostTitleWidth));
+        metrics.elidedText(shownName(chosen.fileName()), Qt::ElideMiddle, kMostTitleWidth));
     ui.dropHintLabel->setText(
         tr("%1, ready to be repaired. It is only read, never changed.")
             .arg(QLocale().formattedDataSize(chosen.size(), 1, QLocale::DataSizeIecFormat)));

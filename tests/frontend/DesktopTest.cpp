@@ -4,9 +4,11 @@
 #include "tests/frontend/Journey.h"
 
 #include <QFileDialog>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTextDocumentFragment>
 #include <QtTest>
 
 namespace talvek::test {
@@ -68,6 +70,38 @@ TEST_F(RealDesktop, AnAlertShowsItsTextsAndOnlyButtonsThatHaveATitle)
         box->reject();
     });
     desktop.runAlertPanel(&window, updateQuestion);
+}
+
+TEST_F(RealDesktop, NeitherAnAlertNorASheetTakesANameForMarkup)
+{
+    const QString name = "<b>x</b><img src=y>.psd";
+    const auto expectPlain = [](const QMessageBox& box) {
+        for (const QLabel* label : box.findChildren<QLabel*>()) {
+            EXPECT_EQ(label->textFormat(), Qt::PlainText) << label->objectName().toStdString();
+        }
+    };
+    QTimer::singleShot(50, &window, [&] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        ASSERT_NE(box, nullptr);
+        expectPlain(*box);
+        box->reject();
+    });
+    desktop.runAlertPanel(&window, {name, name, "OK"});
+    desktop.beginAlertSheet(&window, {name, "OK", "info_64", name}, [] {});
+    ASSERT_NE(shown<QMessageBox>(), nullptr);
+    expectPlain(*shown<QMessageBox>());
+}
+
+TEST_F(RealDesktop, TheSavePanelShowsItsFolderAsItIs)
+{
+    const QTemporaryDir home;
+    const QString documents = home.filePath("<b>mine");
+    ASSERT_TRUE(QDir().mkpath(documents));
+    SavePanelDialog panel({"Save", "x"}, &window);
+    panel.setParentFolder(documents);
+    const auto* field = panel.findChild<QLineEdit*>("folderField");
+    EXPECT_EQ(field->text(), documents);
+    EXPECT_EQ(QTextDocumentFragment::fromHtml(field->toolTip()).toPlainText(), documents);
 }
 
 TEST_F(RealDesktop, ASheetHangsOnItsWindowAndCallsBackOnce)

@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QTableView>
+#include <QTextDocumentFragment>
 #include <QtTest>
 
 namespace talvek::test {
@@ -329,6 +330,34 @@ TEST_F(RepairWorkflow, ADroppedFileIsChosenWhateverItsExtension)
     QDropEvent drop({50, 50}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(app->window(), &drop);
     EXPECT_EQ(app->corruptFilePath(), path("a.bin"));
+}
+
+TEST_F(RepairWorkflow, AFileNameIsNeverTakenForMarkup)
+{
+    launch();
+    const QString document = writeDocument("<b>x<b><img src=y>.psd");
+    ASSERT_TRUE(repairToEnd(document));
+    const auto* title = find<QLabel>("dropTitleLabel");
+    EXPECT_EQ(title->textFormat(), Qt::PlainText);
+    EXPECT_EQ(title->text(), "<b>x<b><img src=y>.psd");
+    for (const QWidget* field : {app->filePathTextField, app->sourcePathTextField}) {
+        const QString shown = QTextDocumentFragment::fromHtml(field->toolTip()).toPlainText();
+        EXPECT_TRUE(shown.endsWith(document)) << shown.toStdString();
+    }
+    EXPECT_EQ(app->tableView->model()->index(0, 1).data().toString(),
+              "<b>x<b><img src=y>.psd_repaired");
+}
+
+TEST_F(RepairWorkflow, AFileNameNeverBreaksALineNorTurnsTheDirection)
+{
+    launch();
+    const QString document = writeDocument(QString("a\nb\u202Egpj.psd"));
+    ASSERT_TRUE(repairToEnd(document));
+    EXPECT_EQ(find<QLabel>("dropTitleLabel")->text(), "a\\nb\\u202Egpj.psd");
+    EXPECT_EQ(app->tableView->model()->index(0, 1).data().toString(),
+              "a\\nb\\u202Egpj.psd_repaired");
+    click("previewButton");
+    EXPECT_EQ(app->imageViewWindow()->windowTitle(), "a\\nb\\u202Egpj.psd_repaired-preview");
 }
 
 TEST_F(RepairWorkflow, ADroppedFileIsIgnoredWhileBusy)
