@@ -74,15 +74,15 @@ void TalvekRepairPSD_AppDelegate::showChosen(const QString& path)
 
 void TalvekRepairPSD_AppDelegate::repairFile(QObject* /*sender*/)
 {
+    if (m_corruptFilePath.isNull()) {
+        runAlert(QStringLiteral("No File Selected"),
+                 QStringLiteral("Please select a file to repair"));
+        return;
+    }
     if (m_run) {
         // One repair at a time has the temporary folder. A run that was given up is soon over.
         m_repairWhenDrained = m_run->isAbandoned();
         updateControls();
-        return;
-    }
-    if (m_corruptFilePath.isNull()) {
-        runAlert(QStringLiteral("No File Selected"),
-                 QStringLiteral("Please select a file to repair"));
         return;
     }
     m_engine = std::make_shared<Engine>(m_system);

@@ -278,6 +278,18 @@ TEST_F(RepairWorkflow, ARepairPressedWhileAStoppedOneDrainsWaitsForIt)
     EXPECT_EQ(namesIn(app->repairedFilesPath()), QStringList("second.psd_repaired.psd"));
 }
 
+TEST_F(RepairWorkflow, RepairWithoutAChoiceAsksForOneAlsoWhileAStoppedRepairDrains)
+{
+    launch();
+    startAndHold();
+    app->abortRepair(nullptr);
+    app->abortRepairOk(nullptr);
+    click("repairButton");
+    EXPECT_EQ(desktop.alertTitles(), QStringList("No File Selected"));
+    EXPECT_TRUE(find<QLabel>("waitingLabel")->text().isEmpty());
+    system.holdReads = false;
+}
+
 TEST_F(RepairWorkflow, ASecondPressWhileARepairRunsDoesNothing)
 {
     launch();
