@@ -228,7 +228,8 @@ bool TalvekRepairPSD_AppDelegate::saveFileAtPath_fromPath(const std::string& des
     return isRead && isWritten && m_files.fileSizeAtPath(destination) == size;
 }
 
-/// A chunk that cannot be read is left out; the rest goes on.
+/// A chunk that cannot be read is left out; the rest goes on. One that is short because the file
+/// has come to end earlier than it did is no error: what there is of it is copied.
 bool TalvekRepairPSD_AppDelegate::copyChunks(ReadingFileHandle& input, std::int64_t size,
                                              WritingFileHandle& output) const
 {
@@ -241,11 +242,12 @@ bool TalvekRepairPSD_AppDelegate::copyChunks(ReadingFileHandle& input, std::int6
         const std::int64_t offset = chunk * kCopyUnitBytes;
         const auto wanted = static_cast<std::size_t>(std::min(kCopyUnitBytes, size - offset));
         const auto bytes = std::span(buffer).first(wanted);
-        if (input.read(offset, bytes) < wanted) {
-            isWhole = false;
-            continue;
+        const std::size_t count = input.read(offset, bytes);
+        isWhole = isWhole && count == wanted;
+        const bool endsHere = offset + static_cast<std::int64_t>(count) >= input.size();
+        if (count == wanted || endsHere) {
+            output.append(bytes.first(count));
         }
-        output.append(bytes);
     }
     return isWhole;
 }

@@ -6,6 +6,8 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <mutex>
+#include <set>
 #include <thread>
 
 namespace talvek::test {
@@ -22,8 +24,24 @@ public:
     std::atomic<std::int64_t> unreadableFrom{-1}; ///< no offset, while negative
     std::atomic<int> holdWritesMilliseconds{0};
 
+    /// Where reads have begun since they were last forgotten.
+    [[nodiscard]] std::set<std::int64_t> offsetsRead() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_offsetsRead;
+    }
+    void forgetReads()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_offsetsRead.clear();
+    }
+
     ssize_t readAt(int descriptor, std::span<std::uint8_t> into, std::int64_t offset) override
     {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_offsetsRead.insert(offset);
+        }
         const bool isHeld = std::this_thread::get_id() != m_testThread;
         heldReads += isHeld && holdReads ? 1 : 0;
         while (isHeld && holdReads) {
@@ -56,6 +74,8 @@ public:
     }
 
 private:
+    mutable std::mutex m_mutex;
+    std::set<std::int64_t> m_offsetsRead;
     /// Reads of the test's own thread are never held up: nobody could let them go on.
     const std::thread::id m_testThread = std::this_thread::get_id();
 };

@@ -281,12 +281,38 @@ TEST_F(Saving, AChunkThatCannotBeReadIsLeftOutAndTheFileIsNamed)
     EXPECT_EQ(screen(), "2");
 }
 
+TEST_F(Saving, AFileThatShrinksMeanwhileIsCopiedToItsEndAndNamed)
+{
+    showResults({5000});
+    const QByteArray whole = contentsOf(source(1));
+    system.holdReads = true;
+    app->saveFile(nullptr);
+    ASSERT_TRUE(waitFor([this] { return system.heldReads > 0; }));
+    ASSERT_TRUE(QFile::resize(source(1), 4500));
+    system.holdReads = false;
+    ASSERT_TRUE(waitFor([this] { return !desktop.sheets.empty(); }));
+    EXPECT_EQ(contentsOf(saved() + "/layer1_image.psd"), whole.left(4500));
+    desktop.dismissSheet();
+    EXPECT_TRUE(desktop.sheets.back().informativeText.contains("layer1_image.psd"));
+    EXPECT_EQ(screen(), "2");
+}
+
 TEST_F(Saving, AFileTakesOneReadForEachKibibyteBegun)
 {
-    EXPECT_EQ(TalvekRepairPSD_AppDelegate::chunksOf(0), 0);
-    EXPECT_EQ(TalvekRepairPSD_AppDelegate::chunksOf(1), 1);
-    EXPECT_EQ(TalvekRepairPSD_AppDelegate::chunksOf(1024), 1);
-    EXPECT_EQ(TalvekRepairPSD_AppDelegate::chunksOf(1025), 2);
+    launch();
+    // Where no byte can be read, no read is served by what an earlier one has fetched.
+    system.unreadableFrom = 0;
+    const auto readsOf = [this](int bytes) {
+        const FileRecord file = writeSalvaged("file", bytes);
+        system.forgetReads();
+        app->saveFileAtPath_fromPath(path("copy").toStdString(), file.filePath);
+        return system.offsetsRead();
+    };
+    EXPECT_EQ(readsOf(0), std::set<std::int64_t>());
+    EXPECT_EQ(readsOf(1), std::set<std::int64_t>({0}));
+    EXPECT_EQ(readsOf(1024), std::set<std::int64_t>({0}));
+    EXPECT_EQ(readsOf(1025), std::set<std::int64_t>({0, 1024}));
+    EXPECT_EQ(readsOf(3072), std::set<std::int64_t>({0, 1024, 2048}));
 }
 
 TEST_F(Saving, AnEmptyFileIsMadeAllTheSame)
