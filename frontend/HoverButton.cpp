@@ -41,16 +41,21 @@ const ImagePair* imagesOf(int tag)
     return nullptr;
 }
 
+bool isApplicationActive()
+{
+    return QApplication::activeWindow() != nullptr;
+}
+
 } // namespace
 
-HoverButton::HoverButton(QWidget* parent) : QPushButton(parent)
-{
-    setFlat(true);
-    setCursor(Qt::PointingHandCursor);
-}
+HoverButton::HoverButton(QWidget* parent) : QPushButton(parent) {}
 
 void HoverButton::awakeFromNib()
 {
+    if (imagesOf(m_tag) != nullptr) {
+        setFlat(true);
+        setCursor(Qt::PointingHandCursor);
+    }
     createTrackingArea();
     mouseExited();
 }
@@ -83,7 +88,7 @@ void HoverButton::showImage(const QString& name)
 void HoverButton::enterEvent(QEnterEvent* event)
 {
     QPushButton::enterEvent(event);
-    if (QApplication::activeWindow() != nullptr) {
+    if (isApplicationActive()) {
         mouseEntered();
     }
 }
@@ -91,11 +96,29 @@ void HoverButton::enterEvent(QEnterEvent* event)
 void HoverButton::leaveEvent(QEvent* event)
 {
     QPushButton::leaveEvent(event);
-    mouseExited();
+    if (isApplicationActive()) {
+        mouseExited();
+    }
+}
+
+/// Where the pointer went while another application was in front is made good on the way back.
+bool HoverButton::event(QEvent* event)
+{
+    if (event->type() == QEvent::WindowActivate) {
+        if (underMouse()) {
+            mouseEntered();
+        } else {
+            mouseExited();
+        }
+    }
+    return QPushButton::event(event);
 }
 
 QSize HoverButton::sizeHint() const
 {
+    if (imagesOf(m_tag) == nullptr) {
+        return QPushButton::sizeHint();
+    }
     const int ring = qRound(2 * (kFocusRingWidth + 1));
     return iconSize() + QSize(ring, ring);
 }
@@ -107,6 +130,11 @@ void HoverButton::paintEvent(QPaintEvent* event)
 
 void HoverButton::drawRect(const QRect& dirtyRect)
 {
+    if (imagesOf(m_tag) == nullptr) {
+        QPaintEvent event(dirtyRect);
+        QPushButton::paintEvent(&event);
+        return;
+    }
     QPainter painter(this);
     painter.setClipRect(dirtyRect);
     painter.setRenderHint(QPainter::Antialiasing);
@@ -117,6 +145,11 @@ void HoverButton::drawRect(const QRect& dirtyRect)
         painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset),
                                 kFocusRingRadius, kFocusRingRadius);
     }
+    drawImage(painter);
+}
+
+void HoverButton::drawImage(QPainter& painter) const
+{
     painter.setOpacity(isEnabled() ? 1.0 : kDisabledOpacity);
     const QPointF middle = QRectF(rect()).center();
     const qreal scale = isDown() ? kPressedScale : 1.0;

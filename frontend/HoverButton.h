@@ -5,6 +5,7 @@
 #include <QPushButton>
 
 class QEnterEvent;
+class QPainter;
 
 namespace talvek {
 
@@ -12,7 +13,8 @@ namespace talvek {
 /// by its property "tag", which the layout sets; a button with any other tag keeps its image.
 ///
 /// The image is drawn in the middle, the button's text over it, a ring around both while it has
-/// the keyboard's focus. It follows the pointer only while the application is active.
+/// the keyboard's focus. It follows the pointer only while the application is active. A button
+/// with any other tag is a plain push button in every respect.
 class HoverButton : public QPushButton
 {
     Q_OBJECT
@@ -39,9 +41,11 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     void enterEvent(QEnterEvent* event) override;
     void leaveEvent(QEvent* event) override;
+    bool event(QEvent* event) override;
 
 private:
     void showImage(const QString& name);
+    void drawImage(QPainter& painter) const;
 
     int m_tag = 0;
     Bundle m_bundle{QString()};

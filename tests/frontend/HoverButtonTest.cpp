@@ -82,18 +82,49 @@ TEST_F(Hover, ThePointerChangesNothingWhileAnotherApplicationIsInFront)
     EXPECT_EQ(imageOf(button), named(button, "repair_button_normal"));
 }
 
+TEST_F(Hover, LeavingWhileAnotherApplicationIsInFrontIsMadeGoodOnTheWayBack)
+{
+    launch();
+    auto& button = *find<HoverButton>("repairButton");
+    enter(button);
+    app->window()->hide();
+    ASSERT_TRUE(waitFor([] { return QApplication::activeWindow() == nullptr; }));
+    leave(button);
+    EXPECT_EQ(imageOf(button), named(button, "repair_button_hover"));
+    // By way of another window: the platform believes that the hidden one has kept the focus.
+    QWidget other;
+    other.show();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&other));
+    app->window()->show();
+    app->window()->activateWindow();
+    ASSERT_TRUE(waitFor([this] { return QApplication::activeWindow() == app->window(); }));
+    EXPECT_EQ(imageOf(button), named(button, "repair_button_normal"));
+}
+
 TEST_F(Hover, ATagOutsideTheTableIsAPlainButton)
 {
     launch();
-    HoverButton button;
+    QWidget window;
+    HoverButton button(&window);
+    QPushButton plain(&window);
     button.setBundle(Bundle(path("Talvek PSD Repair.app")));
+    button.setTag(99);
+    for (QPushButton* either : {static_cast<QPushButton*>(&button), &plain}) {
+        either->setText("Plain");
+        either->setIcon(Bundle(path("Talvek PSD Repair.app")).imageNamed("info_64"));
+        either->resize(160, 40);
+    }
     button.awakeFromNib();
-    button.mouseEntered();
-    EXPECT_TRUE(button.icon().isNull());
-    int clicks = 0;
-    QObject::connect(&button, &QPushButton::clicked, [&clicks] { ++clicks; });
+    for (const auto& pointer : {enter, leave}) {
+        pointer(button);
+        pointer(plain);
+        EXPECT_EQ(imageOf(button), named(button, "info_64"));
+        EXPECT_EQ(button.grab().toImage(), plain.grab().toImage());
+    }
+    EXPECT_EQ(button.sizeHint(), plain.sizeHint());
+    QSignalSpy clicks(&button, &QPushButton::clicked);
     QTest::mouseClick(&button, Qt::LeftButton);
-    EXPECT_EQ(clicks, 1);
+    EXPECT_EQ(clicks.size(), 1);
 }
 
 TEST_F(Hover, AnExitBeforeAnyEnterShowsTheRestingImage)
