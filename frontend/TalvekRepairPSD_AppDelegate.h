@@ -213,7 +213,8 @@ private:
     void showFilesSaved(int files);
     void savingEnded(const CopyResult& result);
     void warnOfIncomplete(const QStringList& names);
-    void answerUpdateCheck(bool isOther, bool userAsked);
+    void answerUpdateCheck(std::function<void()> show);
+    void showUpdateAnswer(bool isOther);
     void runAlert(const QString& title, const QString& message);
 
     Desktop& m_desktop;
@@ -239,8 +240,9 @@ private:
     std::shared_ptr<Engine> m_engine; ///< of which `repair` is a part
     std::unique_ptr<RepairRun> m_run; ///< until its thread has ended and was heard to the end
     bool m_repairWhenDrained = false; ///< the button was pressed while a given-up run still drains
-    bool m_isCheckingForUser = false; ///< an update check that the user asked for is under way
-    bool m_folderIsNew = false;       ///< the save makes its folder, and may delete it whole
+    bool m_isCheckingForUpdate = false; ///< a check is under way, or its alert stands
+    bool m_isCheckingForUser = false;   ///< and the user asked for it
+    bool m_folderIsNew = false;         ///< the save makes its folder, and may delete it whole
     QElapsedTimer m_repairTime;
     QTimer m_ticker; ///< once a second while a repair runs
     int m_clickedRow = -1;

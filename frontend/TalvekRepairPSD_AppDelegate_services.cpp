@@ -4,6 +4,7 @@
 #include "frontend/TalvekRepairPSD_AppDelegate.h"
 #include "platform/PathString.h"
 
+#include <QApplication>
 #include <QFile>
 
 #include <utility>
@@ -15,6 +16,7 @@ namespace talvek {
 namespace {
 
 constexpr const char* kVersionKey = "CFBundleShortVersionString";
+constexpr int kUpdateRetryMilliseconds = 500;
 
 } // namespace
 
@@ -84,25 +86,42 @@ void TalvekRepairPSD_AppDelegate::checkUpdate(std::function<void(bool)> answer)
 
 void TalvekRepairPSD_AppDelegate::checkForUpdate(QObject* sender)
 {
-    if (!m_desktop.isConnectedToInternet()) {
-        runAlert(QStringLiteral("No Internet"),
-                 QStringLiteral("System is not connected to internet."));
+    m_isCheckingForUser = m_isCheckingForUser || sender != nullptr;
+    updateControls();
+    // A check that is under way, or whose alert stands, answers this one as well: never two alerts.
+    if (std::exchange(m_isCheckingForUpdate, true)) {
         return;
     }
-    const bool userAsked = sender != nullptr;
-    m_isCheckingForUser = m_isCheckingForUser || userAsked;
-    updateControls();
-    checkUpdate([this, userAsked](bool isOther) {
-        m_isCheckingForUser = m_isCheckingForUser && !userAsked;
-        updateControls();
-        answerUpdateCheck(isOther, userAsked);
+    if (!m_desktop.isConnectedToInternet()) {
+        answerUpdateCheck([this] {
+            runAlert(QStringLiteral("No Internet"),
+                     QStringLiteral("System is not connected to internet."));
+        });
+        return;
+    }
+    checkUpdate([this](bool isOther) {
+        answerUpdateCheck([this, isOther] { showUpdateAnswer(isOther); });
     });
 }
 
-void TalvekRepairPSD_AppDelegate::answerUpdateCheck(bool isOther, bool userAsked)
+/// An answer that comes late waits until no panel and no other alert is in its way.
+void TalvekRepairPSD_AppDelegate::answerUpdateCheck(std::function<void()> show)
+{
+    if (QApplication::activeModalWidget() != nullptr) {
+        QTimer::singleShot(kUpdateRetryMilliseconds, this,
+                           [this, show = std::move(show)] { answerUpdateCheck(show); });
+        return;
+    }
+    show();
+    m_isCheckingForUpdate = false;
+    m_isCheckingForUser = false;
+    updateControls();
+}
+
+void TalvekRepairPSD_AppDelegate::showUpdateAnswer(bool isOther)
 {
     if (!isOther) {
-        if (userAsked) {
+        if (m_isCheckingForUser) {
             runAlert(QStringLiteral("App Up to date"), QStringLiteral("Your app is up to date."));
         }
         return;

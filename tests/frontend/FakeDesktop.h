@@ -2,6 +2,7 @@
 
 #include "frontend/Desktop.h"
 
+#include <algorithm>
 #include <deque>
 #include <vector>
 
@@ -16,6 +17,7 @@ public:
     std::optional<SaveDestination> chosenDestination;
     std::deque<AlertAnswer> alertAnswers; ///< the default button once they are used up
     bool connected = true;
+    std::function<void()> whileAlertStands; ///< what happens before the alert is answered
 
     // What was shown or asked for.
     std::vector<OpenPanel> openPanels;
@@ -25,6 +27,9 @@ public:
     std::vector<std::function<void()>> undismissed;
     std::vector<QUrl> opened;
     QStringList launched;
+    int timesConnectivityAsked = 0;
+    int alertsStanding = 0;
+    int mostAlertsStanding = 0;
 
     void beginOpenPanel(QWidget* /*window*/, const OpenPanel& panel,
                         std::function<void(std::optional<QString>)> ended) override
@@ -41,6 +46,11 @@ public:
     AlertAnswer runAlertPanel(QWidget* /*window*/, const AlertPanel& alert) override
     {
         alerts.push_back(alert);
+        mostAlertsStanding = std::max(mostAlertsStanding, ++alertsStanding);
+        if (whileAlertStands) {
+            whileAlertStands();
+        }
+        --alertsStanding;
         if (alertAnswers.empty()) {
             return AlertAnswer::Default;
         }
@@ -56,7 +66,11 @@ public:
     }
     void openURL(const QUrl& url) override { opened.push_back(url); }
     void launchApplication(const QString& path) override { launched << path; }
-    bool isConnectedToInternet() override { return connected; }
+    bool isConnectedToInternet() override
+    {
+        ++timesConnectivityAsked;
+        return connected;
+    }
 
     /// Presses the button of the sheet that was shown last.
     void dismissSheet()

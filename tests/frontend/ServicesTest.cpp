@@ -2,6 +2,7 @@
 #include "tests/frontend/Journey.h"
 #include "tests/frontend/LoopbackServer.h"
 
+#include <QDialog>
 #include <QDir>
 #include <QtTest>
 #include <plist/plist.h>
@@ -151,6 +152,49 @@ TEST_F(Services, YesAndAnyOtherAnswerButNoLaunchTheUpdaterBesideTheBundle)
     EXPECT_EQ(desktop.launched, QStringList(2, path(".autoUpd.app")));
 }
 
+TEST_F(Services, OneAnswerServesTheStartAndTheUser)
+{
+    LoopbackServer server(published("1.0.0"));
+    launchAgainst(server);
+    app->checkForUpdate(nullptr);
+    ASSERT_TRUE(ask());
+    EXPECT_EQ(desktop.alertTitles(), QStringList("App Up to date"));
+}
+
+TEST_F(Services, WhileAnUpdateAlertStandsNoOtherIsPutOnTop)
+{
+    LoopbackServer server(published("9"));
+    launchAgainst(server);
+    desktop.whileAlertStands = [&] {
+        desktop.alertAnswers = {AlertAnswer::Alternate};
+        desktop.connected = false;
+        app->checkForUpdate(nullptr);
+        app->checkForUpdate(app->window());
+        QTest::qWait(700);
+    };
+    ASSERT_TRUE(ask());
+    EXPECT_EQ(desktop.mostAlertsStanding, 1);
+    EXPECT_TRUE(find<QWidget>("updateButton")->isEnabled());
+}
+
+TEST_F(Services, AnAnswerWaitsForThePanelThatIsInItsWay)
+{
+    launch();
+    QDialog panel(app->window());
+    panel.setModal(true);
+    panel.show();
+    desktop.connected = false;
+    const int before = desktop.timesConnectivityAsked;
+    ASSERT_TRUE(waitFor([&] {
+        app->checkForUpdate(nullptr);
+        return desktop.timesConnectivityAsked > before;
+    }));
+    EXPECT_TRUE(desktop.alerts.empty());
+    panel.close();
+    ASSERT_TRUE(waitFor([this] { return !desktop.alerts.empty(); }));
+    EXPECT_EQ(desktop.alertTitles(), QStringList("No Internet"));
+}
+
 TEST_F(Services, BlanksInTheAddressAreFetchedAsPercent20)
 {
     LoopbackServer server(published("1.0.0"));
@@ -206,10 +250,8 @@ TEST_F(Services, ASlowServerIsGivenUpWhileTheWindowGoesOn)
     LoopbackServer server(LoopbackServer::Manner::Silent);
     launchAgainst(server);
     app->setUpdateTimeOut(300);
-    QElapsedTimer timer;
-    timer.start();
     app->checkForUpdate(app->window());
-    EXPECT_LT(timer.elapsed(), 200);
+    EXPECT_TRUE(desktop.alerts.empty());
     EXPECT_FALSE(find<QWidget>("updateButton")->isEnabled());
     ASSERT_TRUE(waitFor([this] { return !desktop.alerts.empty(); }));
     EXPECT_EQ(desktop.alertTitles(), QStringList("App Up to date"));
