@@ -32,6 +32,13 @@ QByteArray publishedBinary(const char* version)
     return result;
 }
 
+QString stringOf(plist_t node)
+{
+    std::uint64_t length = 0;
+    const char* value = plist_get_string_ptr(node, &length);
+    return QString::fromUtf8(value, static_cast<qsizetype>(length));
+}
+
 } // namespace
 
 class Services : public Journey
@@ -68,6 +75,24 @@ TEST(TheBundle, HoldsItsVersionAnUpdateAddressAndTheHelpPage)
     EXPECT_EQ(address.scheme(), "https");
     EXPECT_TRUE(QFile::exists(bundle.resourcePath("HTML/index.html")));
     EXPECT_FALSE(bundle.imageNamed("info_64").isNull());
+}
+
+TEST(TheBundle, OpensPsdAndPddByTheirExtensions)
+{
+    QFile file(QStringLiteral(TALVEK_BUNDLE "/Contents/Info.plist"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray bytes = file.readAll();
+    plist_t list = nullptr;
+    plist_from_xml(bytes.constData(), static_cast<std::uint32_t>(bytes.size()), &list);
+    const plist_t type = plist_access_path(list, 2, "CFBundleDocumentTypes", 0);
+    QStringList extensions;
+    for (std::uint32_t index = 0; index < 2; ++index) {
+        extensions << stringOf(plist_access_path(type, 2, "CFBundleTypeExtensions", index));
+    }
+    EXPECT_EQ(extensions, QStringList({"psd", "pdd"}));
+    // Where content types are named, macOS passes over the extensions; it knows none for PDD.
+    EXPECT_EQ(plist_dict_get_item(type, "LSItemContentTypes"), nullptr);
+    plist_free(list);
 }
 
 TEST_F(Services, GoingHomeWithoutATemporaryFolderOnlyResets)
