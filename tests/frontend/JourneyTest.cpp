@@ -9,6 +9,9 @@
 #include <QTableView>
 #include <QtTest>
 
+#include <chrono>
+#include <thread>
+
 namespace talvek::test {
 
 namespace {
@@ -138,12 +141,58 @@ TEST_F(Journeys, AQuitWhileAStoppedRepairDrainsEndsCleanly)
     app.reset();
 }
 
-TEST_F(Journeys, AQuitWhileARepairRunsGivesItUp)
+TEST_F(Journeys, AQuitWhileARepairRunsIsRefusedAndTheRepairGoesOn)
+{
+    constexpr int kStillRunning = 7;
+    launch();
+    choose(writeDocument());
+    system.holdReads = true;
+    click("repairButton");
+    ASSERT_TRUE(waitFor([this] { return isWorking(); }));
+    QTimer::singleShot(0, app.get(), [this] {
+        QCoreApplication::quit();
+        QTimer::singleShot(0, app.get(), [] { QCoreApplication::exit(kStillRunning); });
+    });
+    EXPECT_EQ(QCoreApplication::exec(), kStillRunning);
+    EXPECT_TRUE(app->window()->isVisible());
+    EXPECT_EQ(screen(), "1");
+    system.holdReads = false;
+    EXPECT_TRUE(waitFor([this] { return screen() == "2"; }));
+}
+
+TEST_F(Journeys, AQuitAfterARepairEndsTheApplication)
+{
+    launch();
+    ASSERT_TRUE(repairToEnd(writeDocument()));
+    QTimer::singleShot(0, app.get(), [] { QCoreApplication::quit(); });
+    QTimer::singleShot(20'000, app.get(), [] { QCoreApplication::exit(1); });
+    EXPECT_EQ(QCoreApplication::exec(), 0);
+    EXPECT_FALSE(app->window()->isVisible());
+    EXPECT_TRUE(QDir(app->repairedFilesPath()).exists());
+}
+
+TEST_F(Journeys, AControllerThatGoesWhileARepairRunsGivesItUp)
 {
     launch();
     choose(writeDocument());
+    const QString output = app->repairedFilesPath();
+    const qsizetype handles = openHandles();
+    system.holdReads = true;
     click("repairButton");
+    ASSERT_TRUE(waitFor([this] { return isWorking(); }));
+    const std::shared_ptr<Repair> engine = app->repair();
+    std::thread reader([&] {
+        while (!engine->stopflag()) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+        system.holdReads = false;
+    });
     app.reset();
+    reader.join();
+    // The run is over, for its document is closed; it has written nothing after it was given up.
+    EXPECT_LE(openHandles(), handles);
+    EXPECT_TRUE(QDir(output).exists());
+    EXPECT_TRUE(QDir(output).isEmpty());
 }
 
 TEST_F(Journeys, ManyRepairsLeaveNoMemoryNoHandleAndNoFolderBehind)

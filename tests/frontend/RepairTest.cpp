@@ -157,15 +157,19 @@ TEST_F(RepairWorkflow, NotificationsOfAnyThreadAreActedOnInOrderInTheMainThread)
 TEST_F(RepairWorkflow, UnrepairShowsItsSheetAndGoesHomeWhenDismissed)
 {
     launch();
-    app->setIsRepairing(true);
+    startAndHold();
     post({{"unrepair", std::string()}});
     ASSERT_EQ(desktop.sheets.size(), 1U);
     EXPECT_EQ(desktop.sheets[0].messageText, "File Couldn't Repaired.");
     EXPECT_EQ(desktop.sheets[0].button, "OK");
     EXPECT_EQ(desktop.sheets[0].iconName, "info_64");
     EXPECT_FALSE(app->isRepairing());
+    EXPECT_EQ(screen(), "1");
     desktop.dismissSheet();
     EXPECT_EQ(screen(), "0");
+    EXPECT_TRUE(app->corruptFilePath().isNull());
+    system.holdReads = false;
+    EXPECT_TRUE(waitFor([this] { return !QDir(app->repairedFilesPath()).exists(); }));
 }
 
 TEST_F(RepairWorkflow, EachUnrepairShowsItsOwnSheetAndACompleteBeneathIsLostAtHome)

@@ -1,6 +1,7 @@
 #include "frontend/ProgressBar.h"
 #include "platform/SystemLog.h"
 #include "tests/frontend/Journey.h"
+#include "tests/frontend/OrdinaryUser.h"
 
 #include <QDir>
 #include <QLabel>
@@ -122,12 +123,28 @@ TEST_F(Saving, OneByteMoreThanTheTotalIsRoomEnough)
 TEST_F(Saving, APlaceThatMayNotBeWrittenIsRefusedAndNothingIsMade)
 {
     showResults({10});
-    desktop.chosenDestination = SaveDestination{path("nowhere"), "x"};
-    app->saveFile(nullptr);
+    constexpr auto kReadOnly = QFile::ReadOwner | QFile::ExeOwner;
+    ASSERT_TRUE(QFile::setPermissions(path("out"), kReadOnly));
+    {
+        const OrdinaryUser user;
+        app->saveFile(nullptr);
+    }
     ASSERT_EQ(desktop.alerts.size(), 1U);
     EXPECT_EQ(desktop.alerts[0].title, "! Disk is not writable");
     EXPECT_EQ(desktop.alerts[0].message,
               "The volume you have chosen to save data is not supported.");
+    EXPECT_FALSE(QDir(saved()).exists());
+    EXPECT_EQ(screen(), "2");
+    ASSERT_TRUE(QFile::setPermissions(path("out"), kReadOnly | QFile::WriteOwner));
+    EXPECT_TRUE(saveToEnd());
+}
+
+TEST_F(Saving, APlaceThatIsNotThereIsRefusedAndNotMade)
+{
+    showResults({10});
+    desktop.chosenDestination = SaveDestination{path("nowhere"), "x"};
+    app->saveFile(nullptr);
+    EXPECT_EQ(desktop.alertTitles(), QStringList("! Disk is not writable"));
     EXPECT_FALSE(QDir(path("nowhere")).exists());
     EXPECT_EQ(screen(), "2");
 }
