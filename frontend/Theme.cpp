@@ -1,6 +1,7 @@
 #include "frontend/Theme.h"
 
 #include <QApplication>
+#include <QEvent>
 #include <QFile>
 #include <QFont>
 #include <QPalette>
@@ -119,17 +120,66 @@ QString styleSheetOf(const Colours& colours, const QFont& font)
     return sheet;
 }
 
+/// Shows the desktop's appearance, and shows it anew whenever that may have changed.
+class Follower : public QObject
+{
+public:
+    explicit Follower(QApplication& application) : QObject(&application), m_application(application)
+    {
+        show(isDark(application));
+    }
+
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        const bool mayHaveChanged =
+            event->type() == QEvent::ThemeChange ||
+            (event->type() == QEvent::ApplicationPaletteChange && watched == &m_application);
+        if (mayHaveChanged && !m_isLooking) {
+            // Each window is told by itself, and Qt is in the midst of its own changes.
+            m_isLooking = true;
+            QMetaObject::invokeMethod(
+                this, [this] { lookAgain(); }, Qt::QueuedConnection);
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    void lookAgain()
+    {
+        const QPalette shown = QApplication::palette();
+        // Ours lies over the desktop's, which comes to light without it.
+        QApplication::setPalette(QPalette());
+        const bool dark = isDark(m_application);
+        QApplication::setPalette(shown);
+        if (dark != m_isDark) {
+            show(dark);
+        }
+        m_isLooking = false;
+    }
+
+    void show(bool dark)
+    {
+        const Colours& colours = dark ? kDark : kLight;
+        QApplication::setPalette(paletteOf(colours));
+        m_application.setStyleSheet(styleSheetOf(colours, QApplication::font()));
+        m_isDark = dark;
+    }
+
+    QApplication& m_application;
+    bool m_isDark = false;
+    bool m_isLooking = false; ///< and so what changes meanwhile is our own doing
+};
+
 } // namespace
 
 void apply(QApplication& application)
 {
     loadStyleSheetResource();
+    // macOS keeps its own style.
 #if !defined(Q_OS_MACOS)
     QApplication::setStyle(new PlainTexts(QStringLiteral("Fusion")));
 #endif
-    const Colours& colours = isDark(application) ? kDark : kLight;
-    QApplication::setPalette(paletteOf(colours));
-    application.setStyleSheet(styleSheetOf(colours, QApplication::font()));
+    application.installEventFilter(new Follower(application));
 }
 
 } // namespace talvek::Theme

@@ -6,7 +6,8 @@ class QApplication;
 /// TALVEK_APPEARANCE, "light" or "dark", overrides what the desktop says.
 namespace talvek::Theme {
 
-/// Requires: called once, before the first window is made.
+/// From then on the application also follows the desktop when that turns light or dark.
+/// Requires: called once, before the first window is made. Main thread.
 void apply(QApplication& application);
 
 } // namespace talvek::Theme
