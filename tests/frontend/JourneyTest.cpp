@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QLabel>
+#include <QLineEdit>
 #include <QTableView>
 #include <QtTest>
 
@@ -105,6 +106,19 @@ TEST_F(Journeys, AfterAnAbortTheNextDocumentIsRepaired)
     click("abortButton");
     app->abortRepairOk(nullptr);
     system.holdReads = false;
+    ASSERT_TRUE(repairToEnd(writeDocument("second.psd")));
+    EXPECT_EQ((*app->arrayFiles())[0].fileName, "second.psd_repaired");
+}
+
+TEST_F(Journeys, TheHomeButtonLeavesTheResultsForTheNextDocument)
+{
+    launch();
+    ASSERT_TRUE(repairToEnd(writeDocument("first.psd")));
+    desktop.alertAnswers = {AlertAnswer::Alternate};
+    click("homeButton");
+    EXPECT_EQ(screen(), "0");
+    EXPECT_FALSE(QDir(app->repairedFilesPath()).exists());
+    EXPECT_EQ(find<QLineEdit>("filePathTextField")->text(), "");
     ASSERT_TRUE(repairToEnd(writeDocument("second.psd")));
     EXPECT_EQ((*app->arrayFiles())[0].fileName, "second.psd_repaired");
 }

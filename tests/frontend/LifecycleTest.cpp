@@ -1,9 +1,14 @@
+#include "frontend/QtDesktop.h"
+#include "frontend/SavePanelDialog.h"
 #include "frontend/TabView.h"
 #include "tests/frontend/Journey.h"
 #include "tests/frontend/OrdinaryUser.h"
 
+#include <QAccessible>
+#include <QDialog>
 #include <QDir>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QTableView>
 #include <QtTest>
 
@@ -128,15 +133,35 @@ TEST_F(Lifecycle, HomeIsEnabledOnlyWhenNeitherRepairingNorSaving)
     EXPECT_FALSE(find<QWidget>("homeButton")->isEnabled());
 }
 
-TEST_F(Lifecycle, EveryControlHasAnAccessibleName)
+/// What a screen reader says of each control in the window that can have the focus.
+void expectNames(const QWidget& window)
+{
+    int controls = 0;
+    for (QWidget* control : window.findChildren<QWidget*>()) {
+        if (control->focusPolicy() == Qt::NoFocus || control->objectName().startsWith("qt_")) {
+            continue;
+        }
+        ++controls;
+        const QAccessibleInterface* spoken = QAccessible::queryAccessibleInterface(control);
+        EXPECT_TRUE(spoken != nullptr && !spoken->text(QAccessible::Name).isEmpty())
+            << window.objectName().toStdString() << ": " << control->objectName().toStdString()
+            << ", a " << control->metaObject()->className();
+    }
+    EXPECT_GT(controls, 0) << window.objectName().toStdString();
+}
+
+TEST_F(Lifecycle, EveryControlOfEveryWindowHasAnAccessibleName)
 {
     launch();
-    for (const QWidget* control : app->window()->findChildren<QWidget*>()) {
-        const bool isControl =
-            control->focusPolicy() != Qt::NoFocus && !control->objectName().startsWith("qt_");
-        EXPECT_TRUE(!isControl || !control->accessibleName().isEmpty())
-            << control->objectName().toStdString();
-    }
+    expectNames(*app->window());
+    expectNames(*app->imageViewWindow());
+    expectNames(*app->abortRepairWindow());
+    expectNames(SavePanelDialog({"Save", "Repaired PSD Files"}, app->window()));
+    QtDesktop real{Bundle(path("Talvek PSD Repair.app"))};
+    real.beginAlertSheet(app->window(), {"text", "OK", "info_64"}, [] {});
+    const auto* alert = app->window()->findChild<QMessageBox*>();
+    ASSERT_NE(alert, nullptr);
+    expectNames(*alert);
 }
 
 } // namespace talvek::test

@@ -248,6 +248,38 @@ TEST_F(RealWindow, ASecondStartBringsTheDocumentToTheFirst)
     EXPECT_TRUE(takesEffect(repair, [this] { return resultsStand(); }));
 }
 
+TEST_F(RealWindow, TheHomeButtonAsksBeforeItLeavesTheResults)
+{
+    const QString temporary = home.filePath("app/.recovered files");
+    drop();
+    focus(mainWindow);
+    xdotool("key ctrl+r");
+    const auto previews = [] {
+        return xdotool("search --onlyvisible --name damaged.psd_.*-preview");
+    };
+    // The table is there when a row of it can be looked at.
+    ASSERT_TRUE(appears([&previews] {
+        xdotool("mousemove 400 205 click --repeat 2 --delay 80 1 sleep 0.5");
+        return !previews().isEmpty();
+    }));
+    focus(previews());
+    xdotool("key ctrl+w");
+    ASSERT_TRUE(appears([&previews] { return previews().isEmpty(); }));
+    focus(mainWindow);
+    const auto countWindows = [] {
+        return xdotool("search --onlyvisible --name .*").split('\n').size();
+    };
+    const qsizetype windows = countWindows();
+    ASSERT_TRUE(appears([&] {
+        xdotool("mousemove 819 37 click 1 sleep 0.3");
+        return countWindows() > windows;
+    }));
+    EXPECT_TRUE(QDir(temporary).exists());
+    // The alert has the keyboard; its second button deletes.
+    xdotool("sleep 0.5 key Tab key space");
+    EXPECT_TRUE(appears([&temporary] { return !QDir(temporary).exists(); }));
+}
+
 } // namespace talvek::test
 
 int main(int argc, char** argv)
