@@ -11,11 +11,16 @@ namespace talvek {
 
 namespace {
 
-/// The one file of this machine that is dragged; empty for anything else.
-QString fileIn(const QMimeData* data)
+/// The files of this machine that are dragged.
+QStringList filesIn(const QMimeData* data)
 {
-    const QList<QUrl> urls = data->urls();
-    return urls.size() == 1 ? urls.first().toLocalFile() : QString();
+    QStringList files;
+    for (const QUrl& url : data->urls()) {
+        if (url.isLocalFile()) {
+            files << url.toLocalFile();
+        }
+    }
+    return files;
 }
 
 } // namespace
@@ -44,7 +49,7 @@ void MainWindow::closeEvent(QCloseEvent* event)
 void MainWindow::dragEnterEvent(QDragEnterEvent* event)
 {
     if (m_delegate.acceptsFile && m_delegate.acceptsFile() &&
-        !fileIn(event->mimeData()).isEmpty()) {
+        !filesIn(event->mimeData()).isEmpty()) {
         event->setDropAction(Qt::CopyAction);
         event->accept();
         showDropping(true);
@@ -65,13 +70,15 @@ void MainWindow::dragLeaveEvent(QDragLeaveEvent* /*event*/)
 void MainWindow::dropEvent(QDropEvent* event)
 {
     showDropping(false);
-    const QString path = fileIn(event->mimeData());
-    if (path.isEmpty() || !m_delegate.fileDropped) {
+    const QStringList paths = filesIn(event->mimeData());
+    if (paths.isEmpty() || !m_delegate.filesDropped) {
         return;
     }
     event->setDropAction(Qt::CopyAction);
     event->accept();
-    m_delegate.fileDropped(path);
+    // From the event loop: the program that they come from waits until this event is done with.
+    QMetaObject::invokeMethod(
+        this, [this, paths] { m_delegate.filesDropped(paths); }, Qt::QueuedConnection);
 }
 
 void MainWindow::showDropping(bool dropping)

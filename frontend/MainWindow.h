@@ -24,7 +24,8 @@ public:
         std::function<void()> willClose;
         /// A file may be dropped now.
         std::function<bool()> acceptsFile;
-        std::function<void(const QString& path)> fileDropped;
+        /// At least one.
+        std::function<void(const QStringList& paths)> filesDropped;
     };
 
     explicit MainWindow(QWidget* parent = nullptr);

@@ -1,9 +1,11 @@
 #include "frontend/SingleInstance.h"
 
 #include <QCryptographicHash>
+#include <QDeadlineTimer>
 #include <QFileInfo>
 #include <QLocalServer>
 #include <QLocalSocket>
+#include <QThread>
 
 #include <utility>
 
@@ -12,7 +14,9 @@ namespace talvek {
 namespace {
 
 constexpr int kWaitMilliseconds = 2000;
-constexpr qint64 kMostPathBytes = 4096;
+constexpr int kPauseMilliseconds = 50;
+constexpr qint64 kMostPathBytes = 4097;
+constexpr char kEndOfPath = '\0'; ///< the one byte that no path holds
 
 QString serverNameFor(const QString& folder)
 {
@@ -35,22 +39,36 @@ SingleInstance::SingleInstance(const QString& folder, QObject* parent)
     connect(m_server, &QLocalServer::newConnection, this, [this] { readFromOther(); });
 }
 
-bool SingleInstance::claimOrNotify(const QString& document)
+SingleInstance::Claim SingleInstance::claimOrNotify(const QString& document)
 {
-    if (m_lock.tryLock() || m_lock.error() != QLockFile::LockFailedError) {
-        // A socket that a crash has left behind.
-        QLocalServer::removeServer(m_serverName);
-        m_server->listen(m_serverName);
-        return true;
+    // One that is just starting does not listen yet; one that is just ending holds its lock still.
+    const QDeadlineTimer deadline(kWaitMilliseconds);
+    while (!deadline.hasExpired()) {
+        if (m_lock.tryLock() || m_lock.error() != QLockFile::LockFailedError) {
+            // A socket that a crash has left behind.
+            QLocalServer::removeServer(m_serverName);
+            m_server->listen(m_serverName);
+            return Claim::First;
+        }
+        if (handOver(document)) {
+            return Claim::HandedOver;
+        }
+        QThread::msleep(kPauseMilliseconds);
     }
+    return Claim::Refused;
+}
+
+bool SingleInstance::handOver(const QString& document) const
+{
     QLocalSocket socket;
     socket.connectToServer(m_serverName);
-    if (socket.waitForConnected(kWaitMilliseconds)) {
-        socket.write(document.toUtf8() + '\n');
-        socket.waitForBytesWritten(kWaitMilliseconds);
-        socket.disconnectFromServer();
+    if (!socket.waitForConnected(kWaitMilliseconds)) {
+        return false;
     }
-    return false;
+    socket.write(document.toUtf8() + kEndOfPath);
+    socket.waitForBytesWritten(kWaitMilliseconds);
+    socket.disconnectFromServer();
+    return true;
 }
 
 void SingleInstance::setOtherStarted(std::function<void(const QString&)> otherStarted)
@@ -62,8 +80,11 @@ void SingleInstance::readFromOther()
 {
     QLocalSocket* socket = m_server->nextPendingConnection();
     const auto take = [this, socket] {
-        if (socket->canReadLine() && m_otherStarted) {
-            m_otherStarted(QString::fromUtf8(socket->readLine(kMostPathBytes)).chopped(1));
+        const QByteArray received = socket->peek(kMostPathBytes);
+        const qsizetype end = received.indexOf(kEndOfPath);
+        if (end >= 0 && m_otherStarted) {
+            socket->skip(end + 1);
+            m_otherStarted(QString::fromUtf8(received.first(end)));
         }
     };
     socket->setReadBufferSize(kMostPathBytes);

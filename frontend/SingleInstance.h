@@ -16,16 +16,24 @@ class SingleInstance : public QObject
     Q_OBJECT
 
 public:
+    enum class Claim
+    {
+        First,      ///< the folder is ours
+        HandedOver, ///< the first one was told to come forward
+        Refused     ///< another one has the folder and does not answer: it is another user's
+    };
+
     /// @param folder  the temporary folder; need not exist, but its parent must
     SingleInstance(const QString& folder, QObject* parent);
 
-    /// True if this is the first; if not, the first one is told to come forward, with the document
-    /// that was to be opened, which may be empty.
-    bool claimOrNotify(const QString& document);
+    /// If this is not the first, the first one is told to come forward, with the document that was
+    /// to be opened, which may be empty.
+    Claim claimOrNotify(const QString& document);
     /// Called, from the event loop, when another one was started.
     void setOtherStarted(std::function<void(const QString& document)> otherStarted);
 
 private:
+    [[nodiscard]] bool handOver(const QString& document) const;
     void readFromOther();
 
     QLockFile m_lock;

@@ -73,7 +73,7 @@ QString TalvekRepairPSD_AppDelegate::getRepairedFilesPath() const
 void TalvekRepairPSD_AppDelegate::setupInitialVariableState()
 {
     m_isRepairing = false;
-    m_ticker.stop();
+    stopClock();
     m_isSaving = false;
     m_repairngAbort = false;
     m_savingAbort = false;
@@ -123,13 +123,25 @@ void TalvekRepairPSD_AppDelegate::windowWillClose()
 void TalvekRepairPSD_AppDelegate::setIsRepairing(bool repairing)
 {
     m_isRepairing = repairing;
+    stopClock();
     if (repairing) {
-        m_repairTime.start();
-        m_ticker.start();
-    } else {
-        m_ticker.stop();
+        m_millisecondsRepaired = 0;
+        startClock();
     }
     updateControls();
+}
+
+void TalvekRepairPSD_AppDelegate::startClock()
+{
+    m_repairTime.start();
+    m_ticker.start();
+}
+
+void TalvekRepairPSD_AppDelegate::stopClock()
+{
+    m_ticker.stop();
+    m_millisecondsRepaired += m_repairTime.isValid() ? m_repairTime.elapsed() : 0;
+    m_repairTime.invalidate();
 }
 
 void TalvekRepairPSD_AppDelegate::setIsSaving(bool saving)

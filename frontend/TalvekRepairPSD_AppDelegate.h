@@ -112,6 +112,8 @@ public:
 
     /// A document that was dropped or that the desktop wants opened: as if chosen in the panel.
     void openDocument(const QString& path);
+    /// What was dropped together: one document is opened, of several the user is told.
+    void openDocuments(const QStringList& paths);
     /// Home as the user asks for it: results that were not saved are asked about first.
     void askForHome(QObject* sender);
 
@@ -178,6 +180,8 @@ private:
     /// the state.
     void updateControls();
     void showRepairTime();
+    void startClock();
+    void stopClock();
     void showChoice();
     void showResultsSummary();
     [[nodiscard]] bool isOnScreen(const QString& identifier) const;
@@ -243,8 +247,9 @@ private:
     bool m_isCheckingForUpdate = false; ///< a check is under way, or its alert stands
     bool m_isCheckingForUser = false;   ///< and the user asked for it
     bool m_folderIsNew = false;         ///< the save makes its folder, and may delete it whole
-    QElapsedTimer m_repairTime;
-    QTimer m_ticker; ///< once a second while a repair runs
+    qint64 m_millisecondsRepaired = 0;  ///< until the clock was stopped last
+    QElapsedTimer m_repairTime;         ///< since it was started, and only while it runs
+    QTimer m_ticker;                    ///< once a second while a repair runs
     int m_clickedRow = -1;
     ResultsModel* m_results = nullptr;
     PublishedList* m_publishedList = nullptr;

@@ -12,6 +12,7 @@
 #include <QFileInfo>
 #include <QLabel>
 #include <QLineEdit>
+#include <QLocale>
 #include <QTableView>
 
 #include <utility>
@@ -62,6 +63,17 @@ void TalvekRepairPSD_AppDelegate::openDocument(const QString& path)
     }
     if (isOnScreen(QStringLiteral("0"))) {
         showChosen(QFileInfo(path).absoluteFilePath());
+    }
+}
+
+void TalvekRepairPSD_AppDelegate::openDocuments(const QStringList& paths)
+{
+    if (paths.size() == 1) {
+        openDocument(paths.first());
+    } else if (acceptsDocument()) {
+        runAlert(tr("One document at a time"),
+                 tr("You dropped %1 files. Drop the one that is to be repaired first.")
+                     .arg(QLocale().toString(paths.size())));
     }
 }
 
@@ -188,6 +200,7 @@ void TalvekRepairPSD_AppDelegate::abortRepair(QObject* /*sender*/)
         return;
     }
     m_repair->setPauseRepair(true);
+    stopClock();
     m_abortRepairWindow->show();
     m_abortRepairWindow->raise();
     m_abortRepairWindow->activateWindow();
@@ -208,6 +221,10 @@ void TalvekRepairPSD_AppDelegate::abortRepairCancel(QObject* /*sender*/)
 {
     if (m_repair) {
         m_repair->setPauseRepair(false);
+    }
+    if (m_isRepairing) {
+        startClock();
+        updateControls();
     }
     m_abortRepairWindow->hide();
 }

@@ -125,7 +125,7 @@ void TalvekRepairPSD_AppDelegate::loadWindows()
     m_window = std::make_unique<MainWindow>();
     m_window->setDelegate({[this] { return windowShouldClose(m_window.get()); },
                            [this] { windowWillClose(); }, [this] { return acceptsDocument(); },
-                           [this](const QString& path) { openDocument(path); }});
+                           [this](const QStringList& paths) { openDocuments(paths); }});
     Ui::ImageViewWindow imageViewLayout;
     m_imageViewWindow = std::make_unique<QWidget>();
     imageViewLayout.setupUi(m_imageViewWindow.get());
@@ -254,8 +254,8 @@ void TalvekRepairPSD_AppDelegate::updateControls()
 /// The engine speaks only when it has found something; the time shows meanwhile that it works.
 void TalvekRepairPSD_AppDelegate::showRepairTime()
 {
-    const qint64 seconds =
-        m_repairTime.isValid() ? m_repairTime.elapsed() / kMillisecondsASecond : 0;
+    const qint64 running = m_repairTime.isValid() ? m_repairTime.elapsed() : 0;
+    const qint64 seconds = (m_millisecondsRepaired + running) / kMillisecondsASecond;
     const QString time = QStringLiteral("%1:%2")
                              .arg(seconds / kSecondsAMinute)
                              .arg(seconds % kSecondsAMinute, 2, 10, QLatin1Char('0'));

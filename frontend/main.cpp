@@ -9,7 +9,12 @@
 #include <QLibraryInfo>
 #include <QTranslator>
 
+#include <cstdio>
+#include <cstdlib>
+
 namespace {
+
+using Claim = talvek::SingleInstance::Claim;
 
 /// The document that the desktop wants opened: the last argument that is no option.
 QString documentIn(const QStringList& arguments)
@@ -24,6 +29,18 @@ void comeForward(QWidget* window)
     window->show();
     window->raise();
     window->activateWindow();
+}
+
+/// Never without a word: whoever started the application waits for its window.
+int refuse(talvek::Desktop& desktop)
+{
+    const QString title = QApplication::translate("main", "Talvek PSD Repair is in use");
+    const QString message = QApplication::translate(
+        "main", "Another user of this computer is working with this copy of the application. Try "
+                "again when they have quit, or copy it into a folder of your own.");
+    std::fprintf(stderr, "%s. %s\n", qPrintable(title), qPrintable(message));
+    desktop.runAlertPanel(nullptr, {title, message, QStringLiteral("OK")});
+    return EXIT_FAILURE;
 }
 
 } // namespace
@@ -49,8 +66,9 @@ int main(int argc, char** argv)
 
     const QString document = documentIn(QApplication::arguments());
     talvek::SingleInstance instance(controller.repairedFilesPath(), nullptr);
-    if (!instance.claimOrNotify(document)) {
-        return 0;
+    const auto claim = instance.claimOrNotify(document);
+    if (claim != Claim::First) {
+        return claim == Claim::HandedOver ? 0 : refuse(desktop);
     }
     const auto open = [&controller](const QString& path) {
         comeForward(controller.window());

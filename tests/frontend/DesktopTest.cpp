@@ -6,6 +6,7 @@
 #include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
+#include <QLockFile>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTextDocumentFragment>
@@ -191,9 +192,9 @@ TEST(OneInstance, ASecondOneHandsItsDocumentToTheFirst)
     SingleInstance second(folder.filePath(".recovered files"), nullptr);
     QString received = "nothing";
     first.setOtherStarted([&](const QString& document) { received = document; });
-    ASSERT_TRUE(first.claimOrNotify(""));
-    EXPECT_FALSE(second.claimOrNotify("/some where/a.psd"));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return received == "/some where/a.psd"; }));
+    ASSERT_EQ(first.claimOrNotify(""), SingleInstance::Claim::First);
+    EXPECT_EQ(second.claimOrNotify("/some where/a\nb.psd"), SingleInstance::Claim::HandedOver);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return received == "/some where/a\nb.psd"; }));
 }
 
 TEST(OneInstance, TwoTemporaryFoldersAreTwoApplications)
@@ -201,7 +202,17 @@ TEST(OneInstance, TwoTemporaryFoldersAreTwoApplications)
     const QTemporaryDir folder;
     SingleInstance first(folder.filePath("a"), nullptr);
     SingleInstance second(folder.filePath("b"), nullptr);
-    EXPECT_TRUE(first.claimOrNotify("") && second.claimOrNotify(""));
+    EXPECT_EQ(first.claimOrNotify(""), SingleInstance::Claim::First);
+    EXPECT_EQ(second.claimOrNotify(""), SingleInstance::Claim::First);
+}
+
+TEST(OneInstance, OneThatHoldsTheFolderAndDoesNotAnswerRefusesTheNext)
+{
+    const QTemporaryDir folder;
+    QLockFile anotherUsers(folder.filePath(".recovered files.lock"));
+    ASSERT_TRUE(anotherUsers.tryLock());
+    SingleInstance instance(folder.filePath(".recovered files"), nullptr);
+    EXPECT_EQ(instance.claimOrNotify("/a.psd"), SingleInstance::Claim::Refused);
 }
 
 } // namespace talvek::test

@@ -23,6 +23,19 @@ protected:
         app->repairFile(nullptr);
         ASSERT_TRUE(waitFor([this] { return system.heldReads > 0; }));
     }
+    /// False if the window does not take it.
+    bool drop(const QList<QUrl>& urls)
+    {
+        QMimeData data;
+        data.setUrls(urls);
+        QDragEnterEvent enter({50, 50}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(app->window(), &enter);
+        QDropEvent drop({50, 50}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        drop.ignore();
+        QApplication::sendEvent(app->window(), &drop);
+        drain();
+        return enter.isAccepted() && drop.isAccepted();
+    }
     [[nodiscard]] QStringList namesIn(const QString& where) const
     {
         return QDir(where).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
@@ -229,6 +242,20 @@ TEST_F(RepairWorkflow, AbortPausesTheEngineAndWithdrawingLetsItGoOn)
     EXPECT_TRUE(waitFor([this] { return screen() == "2"; }));
 }
 
+TEST_F(RepairWorkflow, TheClockStandsStillWhileTheRepairIsPaused)
+{
+    launch();
+    startAndHold();
+    const auto* clock = find<QLabel>("repairPercentLabel");
+    click("abortButton");
+    const QString paused = clock->text();
+    QTest::qWait(1200);
+    app->abortRepairCancel(nullptr);
+    EXPECT_EQ(clock->text(), paused);
+    EXPECT_TRUE(waitFor([&] { return clock->text() != paused; }));
+    system.holdReads = false;
+}
+
 TEST_F(RepairWorkflow, AConfirmedAbortStopsTheEngineAndGoesHomeAtOnce)
 {
     launch();
@@ -338,14 +365,24 @@ TEST_F(RepairWorkflow, ADocumentInTheTemporaryFolderIsRefused)
 TEST_F(RepairWorkflow, ADroppedFileIsChosenWhateverItsExtension)
 {
     launch();
-    QMimeData data;
-    data.setUrls({QUrl::fromLocalFile(path("a.bin"))});
-    QDragEnterEvent enter({50, 50}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(app->window(), &enter);
-    EXPECT_TRUE(enter.isAccepted());
-    QDropEvent drop({50, 50}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(app->window(), &drop);
+    EXPECT_TRUE(drop({QUrl::fromLocalFile(path("a.bin"))}));
     EXPECT_EQ(app->corruptFilePath(), path("a.bin"));
+}
+
+TEST_F(RepairWorkflow, OfSeveralFilesDroppedTogetherTheUserIsTold)
+{
+    launch();
+    EXPECT_TRUE(drop({QUrl::fromLocalFile(path("a.psd")), QUrl::fromLocalFile(path("b.psd"))}));
+    ASSERT_EQ(desktop.alertTitles(), QStringList("One document at a time"));
+    EXPECT_TRUE(desktop.alerts[0].message.contains("2 files"));
+    EXPECT_TRUE(app->corruptFilePath().isNull());
+}
+
+TEST_F(RepairWorkflow, WhatIsNoFileOfThisMachineCannotBeDropped)
+{
+    launch();
+    EXPECT_FALSE(drop({QUrl("https://host.example/a.psd")}));
+    EXPECT_TRUE(app->corruptFilePath().isNull() && desktop.alerts.empty());
 }
 
 TEST_F(RepairWorkflow, AFileNameIsNeverTakenForMarkup)
