@@ -27,6 +27,8 @@ install(FILES "${TALVEK_DESKTOP_FILES}/example.talvek.psd_repair.metainfo.xml"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/metainfo" COMPONENT application)
 install(FILES "${TALVEK_RESOURCES}/linux/talvek-psd-repair.xml"
     DESTINATION "${CMAKE_INSTALL_DATADIR}/mime/packages" COMPONENT application)
+install(FILES "${TALVEK_RESOURCES}/linux/copyright"
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/talvek-psd-repair" COMPONENT application)
 foreach(size 16 24 32 48 64 128 256 512)
     install(FILES "${TALVEK_RESOURCES}/icons/${size}x${size}/talvek-psd-repair.png"
         DESTINATION "${CMAKE_INSTALL_DATADIR}/icons/hicolor/${size}x${size}/apps"
