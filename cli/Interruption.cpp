@@ -1,7 +1,5 @@
 #include "cli/Interruption.h"
 
-#include "engine/Repair.h"
-
 #include <atomic>
 #include <csignal>
 
@@ -10,17 +8,16 @@ namespace talvek {
 namespace {
 
 std::atomic<bool> interruptionRequested{false};
-std::atomic<Repair*> runToStop{nullptr};
+std::atomic<Stoppable*> runToStop{nullptr};
 
 // Anything with a lock inside could wait for ever within a signal handler.
 static_assert(std::atomic<bool>::is_always_lock_free);
-static_assert(std::atomic<Repair*>::is_always_lock_free);
+static_assert(std::atomic<Stoppable*>::is_always_lock_free);
 
 void stopRun()
 {
-    if (Repair* repair = runToStop.load()) {
-        repair->setStopflag(true);
-        repair->setPauseRepair(false);
+    if (Stoppable* run = runToStop.load()) {
+        run->stopRun();
     }
 }
 
@@ -69,9 +66,9 @@ void Interruption::install(int signal, bool evenIfIgnored)
     m_former.push_back({signal, former});
 }
 
-Interruption::Guard::Guard(Repair& repair)
+Interruption::Guard::Guard(Stoppable& run)
 {
-    runToStop.store(&repair);
+    runToStop.store(&run);
     // A signal may have come before there was a run to stop.
     if (Interruption::isRequested()) {
         stopRun();

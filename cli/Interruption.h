@@ -7,7 +7,14 @@
 
 namespace talvek {
 
-class Repair;
+/// A run that a signal can stop.
+class Stoppable
+{
+public:
+    virtual ~Stoppable() = default;
+    /// Called within a signal handler: nothing but lock-free flags may be touched.
+    virtual void stopRun() = 0;
+};
 
 /// While one of these lives, SIGINT, SIGTERM and SIGHUP ask the program to end instead of killing
 /// it. (SIGHUP only if it was not ignored before, so that nohup keeps its meaning.) What they ask
@@ -27,7 +34,7 @@ public:
     class Guard
     {
     public:
-        explicit Guard(Repair& repair);
+        explicit Guard(Stoppable& run);
         ~Guard();
         Guard(const Guard&) = delete;
         Guard& operator=(const Guard&) = delete;

@@ -1,9 +1,8 @@
 #pragma once
 
-#include "cli/Console.h"
 #include "cli/ForwardingCalls.h"
+#include "cli/ProgressLine.h"
 
-#include <chrono>
 #include <cstdint>
 #include <set>
 #include <string>
@@ -19,12 +18,11 @@ namespace talvek {
 class ProgressMeter : public ForwardingCalls
 {
 public:
-    using Clock = std::chrono::steady_clock;
+    using Clock = ProgressLine::Clock;
 
-    /// @param title  what stands at the start of the line, safe for a terminal
+    /// @param title  what stands at the end of the line, safe for a terminal
     ProgressMeter(SystemCalls& inner, Console& console, std::string document,
                   std::int64_t documentBytes, std::string title);
-    ~ProgressMeter() override { m_console.clearProgress(); }
 
     int openForReading(const std::string& path) override;
     int close(int descriptor) override;
@@ -35,30 +33,26 @@ public:
     void reported(double percentage);
 
     /// What is shown after `elapsed`: title, percentage, bytes written, time left.
-    [[nodiscard]] std::string text(Clock::duration elapsed) const;
+    [[nodiscard]] std::string text(Clock::duration elapsed) const
+    {
+        return m_line.text(elapsed, m_writtenBytes);
+    }
     /// The part that is done, from 0 to 1.
-    [[nodiscard]] double fraction() const { return m_fraction; }
+    [[nodiscard]] double fraction() const { return m_line.fraction(); }
     /// `errno` of the first write that failed; 0 if none did.
     [[nodiscard]] int writeError() const { return m_writeError; }
 
 private:
     void readUpTo(std::int64_t offset, std::int64_t count);
-    void raiseTo(double fraction);
-    void showNow(Clock::time_point now);
-    void showSometimes();
 
-    Console& m_console;
     std::string m_document;
     double m_documentBytes;
-    std::string m_title;
     std::set<int> m_documentDescriptors;
     int m_reports = 0;
     double m_scannedBytes = 0;
-    double m_fraction = 0;
     std::uint64_t m_writtenBytes = 0;
     int m_writeError = 0;
-    Clock::time_point m_start = Clock::now();
-    Clock::time_point m_lastShown = m_start;
+    ProgressLine m_line;
 };
 
 } // namespace talvek

@@ -109,7 +109,7 @@ ExitStatus RepairCommand::repairEachInto(const Destination& folder)
 ExitStatus RepairCommand::repairInto(const Destination& destination, const std::string& document,
                                      const std::string& title)
 {
-    const DocumentRepair::Surroundings surroundings{
+    const DocumentRun::Surroundings surroundings{
         m_system, m_console, m_options.quiet ? nullptr : &m_output,
         m_options.json ? &m_json : nullptr, m_options.keepFreeBytes.value_or(0)};
     return DocumentRepair(surroundings, document, title, destination)
