@@ -18,8 +18,7 @@ namespace {
 /// Offset, width in bytes and meaning of the header's fields are those of the PSD format.
 using Header = std::array<std::uint8_t, 26>;
 
-constexpr const char* kOnlyRegularFiles = "A repair reads at many places of a document; save it to "
-                                          "a file and name that file.";
+constexpr Purpose kRepair = {"repair", "repaired", "repair"};
 
 constexpr const char* kHeaderDamaged = " The header is damaged, or the file is no PSD document; "
                                        "try another copy of it.";
@@ -29,7 +28,13 @@ unsigned numberAt(const Header& header, std::size_t offset)
     return (static_cast<unsigned>(header[offset]) << 8U) | header[offset + 1];
 }
 
-std::string complaintAboutOpening(const std::string& path, int error)
+std::string onlyRegularFiles(const Purpose& purpose)
+{
+    return std::string("A ") + purpose.noun +
+           " reads at many places of a document; save it to a file and name that file.";
+}
+
+std::string complaintAboutOpening(const std::string& path, const Purpose& purpose, int error)
 {
     struct stat link = {};
     switch (error) {
@@ -41,27 +46,28 @@ std::string complaintAboutOpening(const std::string& path, int error)
         return "no such file: a part of the path is not a folder. Check the path.";
     case EACCES:
     case EPERM:
-        return "you have no permission to read it. Change its permissions, or repair a copy.";
+        return std::string("you have no permission to read it. Change its permissions, or ") +
+               purpose.verb + " a copy.";
     case ENXIO:
-        return std::string("not a regular file. ") + kOnlyRegularFiles;
+        return "not a regular file. " + onlyRegularFiles(purpose);
     default:
         return std::string("it cannot be opened: ") + std::strerror(error) + ".";
     }
 }
 
-std::string complaintAboutKind(const struct stat& status)
+std::string complaintAboutKind(const struct stat& status, const Purpose& purpose)
 {
     if (S_ISDIR(status.st_mode)) {
         return "it is a folder. Name a document inside it.";
     }
     if (S_ISFIFO(status.st_mode)) {
-        return std::string("it is a FIFO, not a regular file. ") + kOnlyRegularFiles;
+        return "it is a FIFO, not a regular file. " + onlyRegularFiles(purpose);
     }
     if (S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode)) {
-        return std::string("it is a device, not a regular file. ") + kOnlyRegularFiles;
+        return "it is a device, not a regular file. " + onlyRegularFiles(purpose);
     }
     return S_ISREG(status.st_mode) ? std::string()
-                                   : std::string("not a regular file. ") + kOnlyRegularFiles;
+                                   : "not a regular file. " + onlyRegularFiles(purpose);
 }
 
 std::string complaintAboutSize(std::int64_t size)
@@ -151,23 +157,43 @@ std::string complaintAboutContents(const std::string& path, const Descriptor& do
                : "its header is not acceptable." + std::string(kHeaderDamaged);
 }
 
+/// Opens the file if it is one that will do, and says in `check` why not if it is none.
+Descriptor openRegularFile(const std::string& path, const Purpose& purpose, DocumentCheck& check)
+{
+    if (path == "-") {
+        check.complaint = std::string("standard input cannot be ") + purpose.participle + ". " +
+                          onlyRegularFiles(purpose);
+        return {};
+    }
+    SystemCalls& system = SystemCalls::real();
+    Descriptor file(system, system.openForReading(path));
+    if (!file.isOpen()) {
+        check.complaint = complaintAboutOpening(path, purpose, errno);
+        return {};
+    }
+    struct stat status = {};
+    if (::fstat(file.number(), &status) != 0) {
+        check.complaint = std::string("it cannot be looked at: ") + std::strerror(errno) + ".";
+        return {};
+    }
+    check.complaint = complaintAboutKind(status, purpose);
+    check.sizeBytes = static_cast<std::int64_t>(status.st_size);
+    return file;
+}
+
 } // namespace
+
+DocumentCheck checkFile(const std::string& path, const Purpose& purpose)
+{
+    DocumentCheck check;
+    static_cast<void>(openRegularFile(path, purpose, check));
+    return check;
+}
 
 DocumentCheck checkDocument(const std::string& path)
 {
-    if (path == "-") {
-        return {std::string("standard input cannot be repaired. ") + kOnlyRegularFiles, 0};
-    }
-    SystemCalls& system = SystemCalls::real();
-    const Descriptor document(system, system.openForReading(path));
-    if (!document.isOpen()) {
-        return {complaintAboutOpening(path, errno), 0};
-    }
-    struct stat status = {};
-    if (::fstat(document.number(), &status) != 0) {
-        return {std::string("it cannot be looked at: ") + std::strerror(errno) + ".", 0};
-    }
-    DocumentCheck check{complaintAboutKind(status), static_cast<std::int64_t>(status.st_size)};
+    DocumentCheck check;
+    const Descriptor document = openRegularFile(path, kRepair, check);
     if (check.isAcceptable()) {
         check.complaint = complaintAboutSize(check.sizeBytes);
     }

@@ -9,6 +9,7 @@ enum class ExitStatus
     cannotRepair = 1,
     wrongUsage = 2,
     cannotWrite = 3,
+    damaged = 4, ///< recovered, but for what is lost
     interrupted = 130,
 };
 
@@ -18,14 +19,16 @@ constexpr int gravity(ExitStatus status)
     switch (status) {
     case ExitStatus::salvaged:
         return 0;
-    case ExitStatus::cannotRepair:
+    case ExitStatus::damaged:
         return 1;
-    case ExitStatus::wrongUsage:
+    case ExitStatus::cannotRepair:
         return 2;
-    case ExitStatus::cannotWrite:
+    case ExitStatus::wrongUsage:
         return 3;
-    case ExitStatus::interrupted:
+    case ExitStatus::cannotWrite:
         return 4;
+    case ExitStatus::interrupted:
+        return 5;
     }
     return 0;
 }

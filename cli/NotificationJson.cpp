@@ -39,8 +39,10 @@ struct ValueText
 
 std::size_t placeOf(const std::string& key)
 {
-    static constexpr std::array<std::string_view, 7> kOrder = {
-        "status", "progress", "unrepair", "complete", "Files", "totalFilesSize", "document"};
+    static constexpr std::array<std::string_view, 15> kOrder = {
+        "status",         "progress", "unrepair", "complete",  "Files",
+        "totalFilesSize", "verdict",  "layers",   "whole",     "unproved",
+        "partial",        "lost",     "gone",     "composite", "document"};
     return static_cast<std::size_t>(std::find(kOrder.begin(), kOrder.end(), key) - kOrder.begin());
 }
 

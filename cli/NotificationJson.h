@@ -14,8 +14,8 @@ std::string jsonString(std::string_view text);
 /// which JSON has no numbers, are the strings "nan", "inf" and "-inf".
 std::string jsonNumber(double number);
 
-/// One of the engine's notifications as a JSON object on one line, without a line end. Keys come in
-/// the order in which the engine's interface names them; an unknown key comes last.
+/// A notification, of the engine or of the recovery, as a JSON object on one line, without a line
+/// end. Keys come in the order in which they are documented; an unknown key comes last.
 std::string jsonOf(const UserInfo& userInfo);
 
 } // namespace talvek

@@ -1,5 +1,6 @@
 #include "cli/Options.h"
 
+#include "cli/DocumentRecovery.h"
 #include "cli/TerminalText.h"
 
 #include <CLI/CLI.hpp>
@@ -22,9 +23,15 @@ Options:
   -o, --output DIR   the folder to create for the salvaged files (default
                      "Repaired PSD Files"); with several documents, one folder
                      inside it for each, named after the document
+      --deep         recover everything that survives, whatever is damaged: one
+                     layered document, every layer as PNG, the embedded files,
+                     and a report that says what is whole and what is not
+      --reference FILE
+                     an older save or another copy of the document, to fill in
+                     what it lost; goes with --deep and one document
       --force        replace the output folder if it exists
-      --json         print the repair's notifications on standard output, one
-                     JSON object a line, instead of the listing
+      --json         print the notifications on standard output, one JSON
+                     object a line, instead of the listing
       --check        only test whether the document's header is acceptable
       --keep-free SIZE
                      room to leave on the output volume, in bytes or with K, M
@@ -37,10 +44,11 @@ Options:
   -h, --help         print this help and end
 
 Exit status:
-  0    salvaged
+  0    salvaged; with --deep: nothing that was found is damaged
   1    a document cannot be repaired, or nothing was found in it
   2    wrong usage
   3    the output cannot be written
+  4    with --deep: some of what was found is partial or lost
   130  interrupted
 
 The documents themselves are only read. More in the manual page:
@@ -83,7 +91,7 @@ struct Arguments
 bool takesValue(const std::string& argument)
 {
     if (argument[1] == '-') {
-        return argument == "--output" || argument == "--keep-free";
+        return argument == "--output" || argument == "--keep-free" || argument == "--reference";
     }
     return argument.find('o') == argument.size() - 1;
 }
@@ -117,6 +125,8 @@ void declareOptions(CLI::App& app, Options& options, std::string& keepFree)
     app.add_flag("--force", options.force);
     app.add_flag("--json", options.json);
     app.add_flag("--check", options.check);
+    app.add_flag("--deep", options.deep);
+    app.add_option("--reference", options.reference);
     app.add_option("--keep-free", keepFree)->check(checkedSize);
     auto* quiet = app.add_flag("-q,--quiet", options.quiet);
     app.add_flag("-v,--verbose", options.verbose)->excludes(quiet);
@@ -136,13 +146,40 @@ ParsedOptions shown(const std::string& text)
     return {std::nullopt, ExitStatus::salvaged, text, {}};
 }
 
-ParsedOptions complete(Options options, const std::string& keepFree)
+/// What is wrong with the options of the deep recovery; empty if nothing is.
+std::string complaintAboutDeep(const Options& options, bool hasReference)
+{
+    if (hasReference && !options.deep) {
+        return "--reference goes with --deep.";
+    }
+    if (hasReference && options.reference.empty()) {
+        return "--reference needs the name of a file.";
+    }
+    if (hasReference && options.documents.size() > 1) {
+        return "--reference goes with one document. Recover the documents one by one.";
+    }
+    if (options.deep && options.check) {
+        return "--check tests the header that a repair needs; --deep needs none. Leave out one of "
+               "them.";
+    }
+    if (options.deep && !hasDeepRecovery()) {
+        return "--deep is missing from this program: it was built without zlib or Little CMS. "
+               "Build it again where both are installed.";
+    }
+    return {};
+}
+
+ParsedOptions complete(Options options, const std::string& keepFree, bool hasReference)
 {
     if (options.documents.empty()) {
         return wrongUsage("No document was named. Name the PSD document to repair.");
     }
     if (options.output.empty()) {
         return wrongUsage("--output needs the name of a folder.");
+    }
+    const std::string complaint = complaintAboutDeep(options, hasReference);
+    if (!complaint.empty()) {
+        return wrongUsage(complaint);
     }
     if (!keepFree.empty()) {
         options.keepFreeBytes = sizeFromText(keepFree);
@@ -188,7 +225,7 @@ ParsedOptions parseOptions(int argumentCount, const char* const* arguments)
     } catch (const CLI::ParseError& error) {
         return wrongUsage(error.what());
     }
-    return complete(std::move(options), keepFree);
+    return complete(std::move(options), keepFree, app.count("--reference") > 0);
 }
 
 } // namespace talvek

@@ -18,6 +18,8 @@ struct Options
     bool force = false;
     bool json = false;
     bool check = false;
+    bool deep = false;
+    std::string reference; ///< another copy of the document; empty: none
     bool quiet = false;
     bool verbose = false;
     std::optional<std::uint64_t> keepFreeBytes; ///< absent: to be settled by what is free

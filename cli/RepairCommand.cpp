@@ -1,6 +1,8 @@
 #include "cli/RepairCommand.h"
 
 #include "cli/DocumentCheck.h"
+#include "cli/DocumentRecovery.h"
+#include "cli/DocumentRepair.h"
 #include "cli/FolderNames.h"
 #include "cli/Interruption.h"
 #include "cli/KeepFree.h"
@@ -112,8 +114,16 @@ ExitStatus RepairCommand::repairInto(const Destination& destination, const std::
     const DocumentRun::Surroundings surroundings{
         m_system, m_console, m_options.quiet ? nullptr : &m_output,
         m_options.json ? &m_json : nullptr, m_options.keepFreeBytes.value_or(0)};
-    return DocumentRepair(surroundings, document, title, destination)
-        .run(m_options.force, m_options.documents);
+    std::vector<std::string> precious = m_options.documents;
+    if (!m_options.deep) {
+        return DocumentRepair(surroundings, document, title, destination)
+            .run(m_options.force, precious);
+    }
+    if (!m_options.reference.empty()) {
+        precious.push_back(m_options.reference);
+    }
+    return documentRecovery(surroundings, document, m_options.reference, title, destination)
+        ->run(m_options.force, precious);
 }
 
 } // namespace talvek

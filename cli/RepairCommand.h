@@ -2,7 +2,6 @@
 
 #include "cli/Console.h"
 #include "cli/Destination.h"
-#include "cli/DocumentRepair.h"
 #include "cli/ExitStatus.h"
 #include "cli/JsonLines.h"
 #include "cli/Options.h"
@@ -13,7 +12,8 @@
 
 namespace talvek {
 
-/// The command line's work: every document named is checked, or repaired into a folder.
+/// The command line's work: every document named is checked, or repaired or recovered into
+/// a folder.
 class RepairCommand
 {
 public:
