@@ -100,6 +100,9 @@ ExitStatus RepairCommand::repairEachInto(const Destination& folder)
         const std::string& document = m_options.documents[index];
         const std::string name = lastPathComponent(document);
         m_json.setDocument(document);
+        if (m_options.deep && index > 0 && !m_options.json && !m_options.quiet) {
+            m_output.print("\n"); // a verdict ends what is said of a document
+        }
         const Destination inner(appendingPathComponent(folder.path(), names.unusedFor(name)));
         const std::string title = "(" + std::to_string(index + 1) + " of " + std::to_string(count) +
                                   ") " + safeForTerminal(name);
