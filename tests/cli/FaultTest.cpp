@@ -1,96 +1,17 @@
-#include "cli/Console.h"
-#include "cli/ForwardingCalls.h"
 #include "cli/Interruption.h"
-#include "cli/RepairCommand.h"
+#include "platform/FileHandle.h"
 #include "tests/cli/Documents.h"
+#include "tests/cli/FaultyRun.h"
 #include "tests/cli/Scratch.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <filesystem>
-#include <functional>
-#include <memory>
 
 namespace talvek::test {
 namespace {
-
-/// Does something of a test's choice at the n-th call that reads, writes or asks.
-class CallsWithFault : public ForwardingCalls
-{
-public:
-    explicit CallsWithFault(int fatalCall = -1) : ForwardingCalls(real()), m_fatalCall(fatalCall) {}
-
-    std::function<void()> fault = [] {};
-    std::function<void(const std::string& to)> afterRename = [](const std::string&) {};
-    bool exchanges = true; ///< the volume can exchange two names
-    int writeError = 0;    ///< from the fatal write on, writes fail with this error
-
-    ssize_t readAt(int descriptor, std::span<std::uint8_t> into, std::int64_t offset) override
-    {
-        count();
-        return ForwardingCalls::readAt(descriptor, into, offset);
-    }
-    ssize_t write(int descriptor, std::span<const std::uint8_t> bytes) override
-    {
-        count();
-        if (writeError != 0 && hasHappened()) {
-            errno = writeError;
-            return -1;
-        }
-        return ForwardingCalls::write(descriptor, bytes);
-    }
-    int rename(const std::string& from, const std::string& to) override
-    {
-        const int result = ForwardingCalls::rename(from, to);
-        afterRename(to);
-        return result;
-    }
-    int exchange(const std::string& one, const std::string& other) override
-    {
-        if (!exchanges) {
-            errno = ENOTSUP;
-            return -1;
-        }
-        const int result = ForwardingCalls::exchange(one, other);
-        afterRename(other);
-        return result;
-    }
-    std::optional<std::uint64_t> freeBytes(const std::string& path) override
-    {
-        count();
-        return ForwardingCalls::freeBytes(path);
-    }
-
-    [[nodiscard]] bool hasHappened() const { return m_calls >= m_fatalCall; }
-
-private:
-    void count()
-    {
-        if (++m_calls == m_fatalCall) {
-            fault();
-        }
-    }
-
-    int m_fatalCall;
-    int m_calls = 0;
-};
-
-struct CloseFile
-{
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
-
-std::string textOf(std::FILE* file)
-{
-    std::string text(static_cast<std::size_t>(std::ftell(file)), '\0');
-    std::rewind(file);
-    text.resize(std::fread(text.data(), 1, text.size(), file));
-    return text;
-}
 
 /// A repair of the small document "a.psd" into "out", within the test's own process.
 class Faults : public ::testing::Test
@@ -100,20 +21,14 @@ protected:
 
     ExitStatus repairWith(SystemCalls& calls, bool force = false)
     {
-        const File output(std::tmpfile());
-        const File errors(std::tmpfile());
         Options options;
         options.documents = {scratch.at("a.psd")};
         options.output = scratch.at("out");
         options.force = force;
-        options.json = true;
-        options.keepFreeBytes = 0;
-        Console console(false, errors.get());
-        OutputStream stream(output.get());
-        const ExitStatus status = RepairCommand(options, console, stream, calls).run();
-        said = textOf(errors.get());
-        printed = textOf(output.get());
-        return status;
+        const FaultyRun run = runWith(calls, options);
+        said = run.said;
+        printed = run.printed;
+        return run.status;
     }
 
     Scratch scratch;

@@ -93,9 +93,13 @@ TEST(SizeFromText, TakesNothingElse)
 
 TEST(ExitStatus, TheWorstWins)
 {
-    EXPECT_EQ(worseOf(ExitStatus::cannotRepair, ExitStatus::salvaged), ExitStatus::cannotRepair);
-    EXPECT_EQ(worseOf(ExitStatus::cannotRepair, ExitStatus::cannotWrite), ExitStatus::cannotWrite);
-    EXPECT_EQ(worseOf(ExitStatus::interrupted, ExitStatus::cannotWrite), ExitStatus::interrupted);
+    const std::vector<ExitStatus> ascending = {ExitStatus::salvaged, ExitStatus::damaged,
+                                               ExitStatus::cannotRepair, ExitStatus::cannotWrite,
+                                               ExitStatus::interrupted};
+    for (std::size_t index = 1; index < ascending.size(); ++index) {
+        EXPECT_EQ(worseOf(ascending[index - 1], ascending[index]), ascending[index]);
+        EXPECT_EQ(worseOf(ascending[index], ascending[index - 1]), ascending[index]);
+    }
 }
 
 } // namespace
