@@ -192,7 +192,13 @@ ExitStatus DocumentRecovery::runIn(WorkFolder& work, std::int64_t documentBytes)
     if (!m_reference.empty()) {
         warnIfSizeChanged(m_reference, m_referenceBytes);
     }
-    return written ? publishFound(work, run) : cannotWriteAll(meter.error());
+    if (!written) {
+        if (surroundings().json != nullptr) {
+            surroundings().json->print({{"unrepair", std::string()}});
+        }
+        return cannotWriteAll(meter.error());
+    }
+    return publishFound(work, run);
 }
 
 ExitStatus DocumentRecovery::publishFound(WorkFolder& work, const DeepRun& run)

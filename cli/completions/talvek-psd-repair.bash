@@ -30,13 +30,13 @@ _talvek_psd_repair()
                 ;;
         esac
         if [[ $current == -* ]]; then
-            COMPREPLY=($(compgen -W $'-o\n--output\n--force\n--json\n--check\n--keep-free\n-q\n--quiet\n-v\n--verbose\n--version\n-h\n--help' -- "$current"))
+            COMPREPLY=($(compgen -W $'-o\n--output\n--deep\n--reference\n--force\n--json\n--check\n--keep-free\n-q\n--quiet\n-v\n--verbose\n--version\n-h\n--help' -- "$current"))
             return
         fi
     fi
     compopt -o filenames 2>/dev/null
     COMPREPLY=($(compgen -d -- "$current")
-        $(compgen -f -X '!*.[pP][sS][dD]' -- "$current"))
+        $(compgen -f -X '!*.[pP][sS][dDbB]' -- "$current"))
 }
 
 complete -F _talvek_psd_repair talvek-psd-repair

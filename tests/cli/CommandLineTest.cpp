@@ -123,8 +123,8 @@ TEST(CommandLine, HelpNamesEveryOption)
     EXPECT_EQ(ending.status, 0);
     EXPECT_EQ(ending.error, "");
     for (const char* option :
-         {"-o, --output DIR", "--force", "--json", "--check", "--keep-free SIZE", "-q, --quiet",
-          "-v, --verbose", "--version", "-h, --help"}) {
+         {"-o, --output DIR", "--deep", "--reference FILE", "--force", "--json", "--check",
+          "--keep-free SIZE", "-q, --quiet", "-v, --verbose", "--version", "-h, --help"}) {
         EXPECT_NE(ending.output.find(option), std::string::npos) << option;
     }
     EXPECT_EQ(repair(Scratch().path(), {"-h"}).output, ending.output);

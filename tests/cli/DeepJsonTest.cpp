@@ -115,12 +115,13 @@ TEST_F(DeepJson, EveryLineNamesItsDocumentWhereThereAreSeveral)
     EXPECT_EQ(completed, (std::vector<std::string>{"a.psd", "./b.psd"}));
 }
 
-TEST_F(DeepJson, NoCompletionWithoutAFolder)
+TEST_F(DeepJson, WithoutRoomItEndsAsTheRepairDoes)
 {
     write(scratch, "a.psd", layeredDocument());
     const Ending ending =
         repair(scratch.path(), {"--deep", "--json", "a.psd", "--keep-free", "1000000000G"});
     EXPECT_EQ(ending.status, 3);
+    EXPECT_EQ(linesOf(ending.output).back().dump(), "{\"unrepair\":\"\"}");
     EXPECT_EQ(ending.output.find("complete"), std::string::npos) << ending.output;
 }
 

@@ -101,10 +101,13 @@ TEST(BashCompletion, OffersOptionsDocumentsAndFolders)
     const Scratch scratch;
     scratch.write("my poster.psd", "");
     scratch.write("OLD.PSD", "");
+    scratch.write("wall.psb", "");
     scratch.write("notes.txt", "");
     scratch.makeFolder("drafts");
     EXPECT_EQ(completed(scratch, "--ve", 1), "--verbose;--version;");
-    EXPECT_EQ(completed(scratch, "''", 1), "OLD.PSD;drafts;my poster.psd;");
+    EXPECT_EQ(completed(scratch, "''", 1), "OLD.PSD;drafts;my poster.psd;wall.psb;");
+    EXPECT_EQ(completed(scratch, "--reference O", 2), "OLD.PSD;");
+    EXPECT_EQ(completed(scratch, "--re", 1), "--reference;");
     EXPECT_EQ(completed(scratch, "-o ''", 2), "drafts;");
     EXPECT_EQ(completed(scratch, "--output = d", 3), "drafts;");
     EXPECT_EQ(completed(scratch, "--output =", 2), "drafts;");
