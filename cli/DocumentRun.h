@@ -61,11 +61,11 @@ protected:
     /// Warns if the file is not of the size any more that it had before.
     void warnIfSizeChanged(const std::string& path, std::int64_t before) const;
 
-    ExitStatus refuse(const std::string& complaint) const;
-    ExitStatus cannotWrite(const std::string& message) const;
+    [[nodiscard]] ExitStatus refuse(const std::string& complaint) const;
+    [[nodiscard]] ExitStatus cannotWrite(const std::string& message) const;
     /// @param writeError  `errno` of the first write that failed; 0 counts as no room
-    ExitStatus cannotWriteAll(int writeError) const;
-    ExitStatus interrupted() const;
+    [[nodiscard]] ExitStatus cannotWriteAll(int writeError) const;
+    [[nodiscard]] ExitStatus interrupted() const;
 
     [[nodiscard]] const Surroundings& surroundings() const { return m_surroundings; }
     [[nodiscard]] const std::string& document() const { return m_document; }

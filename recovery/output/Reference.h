@@ -45,7 +45,7 @@ private:
     void takeParts();
     void takePart(ByteRange& ours, const ByteRange& theirs, const char* name);
     void matchLayers();
-    bool isMatch(const Layer& ours, const Layer& theirs, int strictness) const;
+    [[nodiscard]] bool isMatch(const Layer& ours, const Layer& theirs, int strictness) const;
     void matchByPixels();
     std::optional<Plane> strayPlane(const Plane& theirs, std::set<std::size_t>& donors,
                                     bool onlyDonors);
