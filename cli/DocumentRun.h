@@ -52,6 +52,7 @@ protected:
 
     /// Looks at the document, and at whatever else is needed, before anything is written.
     /// @param sizeBytes  receives the document's size
+    /// @return `salvaged` to go on; anything else ends the run, and why has been said
     virtual ExitStatus check(std::int64_t& sizeBytes) = 0;
     /// Fills the work folder's files, and publishes them if they are worth it.
     virtual ExitStatus runIn(WorkFolder& work, std::int64_t documentBytes) = 0;

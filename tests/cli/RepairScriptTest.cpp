@@ -43,6 +43,17 @@ TEST_F(RepairScript, TakesADocumentAndOptions)
     EXPECT_TRUE(scratch.has("a folder/my files/my poster.psd_repaired.psd"));
 }
 
+TEST_F(RepairScript, RecoversTheSampleDeeply)
+{
+    const Ending ending =
+        runScript(scratch.path(), {"--deep", TALVEK_SOURCE_FOLDER "/samples/winter-poster.psd",
+                                   "--output", "Winter poster"});
+    EXPECT_EQ(ending.status, 0) << ending.error;
+    EXPECT_NE(ending.output.find("All 9 layers are back"), std::string::npos) << ending.output;
+    EXPECT_TRUE(scratch.has("Winter poster/winter-poster_layers.psd"));
+    EXPECT_TRUE(scratch.has("Winter poster/report.html"));
+}
+
 TEST_F(RepairScript, PassesTheStatusOn)
 {
     EXPECT_EQ(runScript(scratch.path(), {"nowhere.psd"}).status, 1);
