@@ -3,7 +3,7 @@
 //  2. the wording of text layers
 //  3. source files of smart objects; damaged documents among them are recovered in turn
 //  4. pictures
-//  5. the report, which links to all of it
+//  5. the report for programs, which names all of it, and the one for people, which links to it
 
 #include "recovery/output/RecoveryOutput.h"
 
@@ -11,6 +11,7 @@
 #include "recovery/Examination.h"
 #include "recovery/LayeredDocumentWriter.h"
 #include "recovery/PlaneReader.h"
+#include "recovery/ReportWriter.h"
 #include "recovery/output/OutputFile.h"
 #include "recovery/output/Picture.h"
 #include "recovery/output/PictureFiles.h"
@@ -67,7 +68,7 @@ OutputResult RecoveryOutput::write(const RecoveredDocument& document, const std:
     if (pictures != OutputResult::Written) {
         return pictures;
     }
-    if (!writePage(run)) {
+    if (!writeReportFile(run) || !writePage(run)) {
         return OutputResult::Failed;
     }
     progress("Done", 1);
@@ -172,6 +173,12 @@ OutputResult RecoveryOutput::writeAllPictures(Run& run)
         break;
     }
     return OutputResult::Failed;
+}
+
+bool RecoveryOutput::writeReportFile(Run& run)
+{
+    const ReportedFiles written{m_pictures, m_embedded, m_sidecars, m_options.fromReference};
+    return writeReport(m_files, run.document, run.pathOf(kReportName), written);
 }
 
 bool RecoveryOutput::writePage(Run& run)

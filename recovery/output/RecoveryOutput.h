@@ -35,8 +35,9 @@ enum class OutputResult : std::uint8_t
     Failed,  ///< a file could not be written whole
 };
 
-/// Writes what a recovery gives beside the layered document and report.json: pictures, source files
-/// of smart objects, texts, profile, metadata, thumbnail, and the report as a page.
+/// Writes what a recovery gives beside the layered document: pictures, source files of smart objects,
+/// texts, profile, metadata, thumbnail, report.json with the names of all these, and the report as a
+/// page.
 ///
 /// Works on the caller's thread, and for the pictures on all processors. Memory stays below
 /// 100 MiB whatever the document. One run at a time.
@@ -49,8 +50,8 @@ public:
     /// `files` and `control` outlive the object.
     RecoveryOutput(FileManager& files, const RunControl& control, OutputOptions options = {});
 
-    /// Writes into the folder at `folder`, which must exist. The report links to the layered
-    /// document and to report.json if they stand there already.
+    /// Writes into the folder at `folder`, which must exist. The page links to the layered document
+    /// if it stands there already.
     /// @param document  its sources are opened for reading, and nothing else of them is touched
     OutputResult write(const RecoveredDocument& document, const std::string& folder,
                        const Progress& progress);
@@ -70,6 +71,7 @@ private:
     bool writeTexts(Run& run);
     bool writeEmbedded(Run& run);
     OutputResult writeAllPictures(Run& run);
+    bool writeReportFile(Run& run);
     bool writePage(Run& run);
     bool recoverInTurn(const std::string& from, const std::string& to);
 

@@ -3,6 +3,7 @@
 #include "tests/recovery/output/DocumentBuilder.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <filesystem>
 
@@ -49,6 +50,56 @@ TEST_F(RecoveryOutputTest, EverythingIsWritten)
     EXPECT_EQ(textOf(m_out + "/Metadata.xmp"), "<x/>");
     EXPECT_EQ(textOf(m_out + "/Thumbnail.jpg"), "jpeg");
     EXPECT_EQ(m_share, 1);
+}
+
+TEST_F(RecoveryOutputTest, TheReportNamesWhatStandsBesideIt)
+{
+    m_builder.layer("Gone", {0, 0, 1, 1});
+    m_builder.layer("Sky", {5, 7, 6, 8}).channel(0, {1}).channel(1, {2}).channel(2, {3});
+    m_builder.mask(-2, {0, 0, 1, 1}, {9});
+    m_builder.size(1, 1).composite({{1}, {2}, {3}}).embedded("a.txt", "hello");
+    m_builder.document().xmp = m_builder.store("<x/>");
+    OutputOptions options;
+    options.fromReference = {"The header."};
+    EXPECT_EQ(write(m_builder.build(), options), OutputResult::Written);
+    const auto report = nlohmann::json::parse(textOf(m_out + "/report.json"));
+    EXPECT_FALSE(report["layers"][0].contains("png"));
+    const auto& sky = report["layers"][1];
+    EXPECT_EQ(sky["png"], "Layers/001 Sky.png");
+    EXPECT_EQ(sky["mask_png"], "Layers/001 Sky mask.png");
+    EXPECT_EQ(sky["top"], 5);
+    EXPECT_EQ(sky["left"], 7);
+    EXPECT_EQ(report["composite_png"], "Composite.png");
+    EXPECT_EQ(report["embedded"][0]["path"], "Embedded/a.txt");
+    EXPECT_EQ(report["files"][0], "Metadata.xmp");
+    EXPECT_EQ(report["fromReference"][0], "The header.");
+    for (const std::string name : {sky["png"], sky["mask_png"], report["composite_png"]}) {
+        EXPECT_TRUE(std::filesystem::exists(m_out + "/" + name)) << name;
+    }
+}
+
+TEST_F(RecoveryOutputTest, TheReportNamesNoPictureThatWasNotAskedFor)
+{
+    m_builder.layer("Sky", {0, 0, 1, 1}).channel(0, {1}).channel(1, {2}).channel(2, {3});
+    OutputOptions options;
+    options.pictures = false;
+    EXPECT_EQ(write(m_builder.build(), options), OutputResult::Written);
+    const auto report = nlohmann::json::parse(textOf(m_out + "/report.json"));
+    EXPECT_FALSE(report["layers"][0].contains("png"));
+}
+
+TEST_F(RecoveryOutputTest, TheReportJoinsTheLostRowsOfALayersChannels)
+{
+    const Bytes rows(10, 1);
+    m_builder.layer("Sky", {0, 0, 10, 1});
+    m_builder.channel(0, rows).loseRows(2, 4);
+    m_builder.channel(1, rows).loseRows(3, 6);
+    m_builder.channel(2, rows);
+    m_builder.mask(-2, {0, 0, 10, 1}, rows).loseRows(8, 9);
+    m_builder.document().layers[0].state = State::Partial;
+    EXPECT_EQ(write(m_builder.build()), OutputResult::Written);
+    const auto report = nlohmann::json::parse(textOf(m_out + "/report.json"));
+    EXPECT_EQ(report["layers"][0]["lostRows"], nlohmann::json::parse("[[2,6]]"));
 }
 
 TEST_F(RecoveryOutputTest, NothingLeftIsSaidOnThePage)
