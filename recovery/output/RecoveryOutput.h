@@ -35,9 +35,9 @@ enum class OutputResult : std::uint8_t
     Failed,  ///< a file could not be written whole
 };
 
-/// Writes what a recovery gives beside the layered document: pictures, source files of smart objects,
-/// texts, profile, metadata, thumbnail, report.json with the names of all these, and the report as a
-/// page.
+/// Writes what a recovery gives beside the layered document: pictures, source files of smart
+/// objects, texts, profile, metadata, thumbnail, report.json with the names of all these, and the
+/// report as a page.
 ///
 /// Works on the caller's thread, and for the pictures on all processors. Memory stays below
 /// 100 MiB whatever the document. One run at a time.
