@@ -1,5 +1,6 @@
 #include "recovery/Examination.h"
 
+#include "recovery/ChangedBytes.h"
 #include "recovery/EmbeddedFinder.h"
 #include "recovery/Flattening.h"
 #include "recovery/HeaderRebuilder.h"
@@ -47,6 +48,9 @@ RecoveredDocument Examination::run(const std::string& path)
     completeChannels(m_document.layers, m_document.facts, colorsOf(m_document.facts.mode));
     decideFlattening();
     noteMissing(m_document);
+    if (hasChangedBytes(m_source, m_document)) {
+        doubtPackedPlanes(m_document);
+    }
     m_document.regions = mapRegions(m_document, m_source);
     return std::move(m_document);
 }
