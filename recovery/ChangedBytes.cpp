@@ -3,6 +3,9 @@
 #include "recovery/LayerBuilder.h"
 #include "recovery/PackBitsRow.h"
 #include "recovery/PlaneCheck.h"
+#include "recovery/TaggedBlocks.h"
+#include "recovery/Text.h"
+#include "recovery/Zeros.h"
 
 #include <algorithm>
 
@@ -11,27 +14,7 @@ namespace talvek::recovery {
 namespace {
 
 /// No encoder leaves so many zeros: they are a hole, not a changed byte.
-constexpr int kHoleZeros = 12;
-
-bool holdsZeros(SourceBytes& source, std::int64_t from, std::int64_t to)
-{
-    int zeros = 0;
-    for (std::int64_t at = from; at < to;) {
-        const auto view = source.at(at, static_cast<std::size_t>(std::min<std::int64_t>(
-                                            to - at, std::int64_t{SourceBytes::kMostView})));
-        if (view.empty()) {
-            return false;
-        }
-        for (const std::uint8_t byte : view) {
-            zeros = byte == 0 ? zeros + 1 : 0;
-            if (zeros >= kHoleZeros) {
-                return true;
-            }
-        }
-        at += static_cast<std::int64_t>(view.size());
-    }
-    return false;
-}
+constexpr std::int64_t kHoleZeros = 12;
 
 class PlaneWitness
 {
@@ -40,12 +23,8 @@ public:
 
     [[nodiscard]] bool showsChangedByte()
     {
-        if (m_plane.compression != Compression::PackBits || m_plane.state != State::Partial ||
-            m_plane.runs.empty()) {
+        if (m_plane.compression != Compression::PackBits || m_plane.state != State::Partial) {
             return false;
-        }
-        if (m_plane.rowsRecovered == m_plane.rows) {
-            return true; // every row is sound, so the table is not
         }
         for (std::size_t i = 0; i + 1 < m_plane.runs.size(); ++i) {
             if (isChangedBetween(m_plane.runs[i], m_plane.runs[i + 1])) {
@@ -53,6 +32,14 @@ public:
             }
         }
         return false;
+    }
+
+    /// Every row is sound, but not the plane: so the table was changed.
+    [[nodiscard]] bool showsChangedTable()
+    {
+        return m_plane.compression == Compression::PackBits && m_plane.state == State::Partial &&
+               m_plane.rowsRecovered == m_plane.rows &&
+               !holdsZeros(m_source, m_plane.bytes.offset, m_plane.runs.front().offset, kHoleZeros);
     }
 
 private:
@@ -67,7 +54,7 @@ private:
         }
         const std::int64_t lost = before.offset + packed(before.tableOffset, before.rowCount);
         const std::int64_t next = before.offset + packed(before.tableOffset, before.rowCount + 1);
-        return next == behind.offset && !holdsZeros(m_source, lost, next);
+        return next == behind.offset && !holdsZeros(m_source, lost, next, kHoleZeros);
     }
 
     /// Bytes of so many rows by the table.
@@ -89,44 +76,90 @@ bool anyShows(SourceBytes& source, const std::vector<Channel>& channels)
     });
 }
 
-void doubt(std::vector<Channel>& channels)
+bool showsChange(SourceBytes& source, const Layer& layer)
 {
+    return anyShows(source, layer.channels) ||
+           std::any_of(layer.channels.begin(), layer.channels.end(), [&](const Channel& channel) {
+               return PlaneWitness(source, channel.plane).showsChangedTable();
+           });
+}
+
+/// Takes back what only the rows of PackBits prove. @return true if there was any
+bool doubt(std::vector<Channel>& channels)
+{
+    bool any = false;
     for (Channel& channel : channels) {
         Plane& plane = channel.plane;
         if (plane.state == State::Whole && plane.proof == Proof::PackBitsRows) {
             plane.state = State::Unproved;
+            any = true;
         }
     }
+    return any;
+}
+
+/// Metadata is text: a byte in it that no text has was changed, unless there is a hole.
+bool isChangedText(SourceBytes& source, const ByteRange& range)
+{
+    constexpr std::int64_t kLongest = 1 << 22;
+    // Where no other resource follows, the text's length is not to be trusted.
+    if (range.length <= 0 || range.length > kLongest ||
+        !isBlockSignature(source, range.end() + range.length % 2) ||
+        holdsZeros(source, range.offset, range.end(), kHoleZeros)) {
+        return false;
+    }
+    Utf8Check check;
+    for (std::int64_t at = range.offset; at < range.end();) {
+        const auto view =
+            source.at(at, static_cast<std::size_t>(std::min<std::int64_t>(
+                              range.end() - at, std::int64_t{SourceBytes::kMostView})));
+        if (view.empty()) {
+            return false;
+        }
+        check.add(view);
+        at += static_cast<std::int64_t>(view.size());
+    }
+    return !check.isText();
 }
 
 } // namespace
 
-bool hasChangedBytes(SourceBytes& source, const RecoveredDocument& document)
+bool hasChangedBytes(SourceBytes& source, const RecoveredDocument& document,
+                     const std::vector<RecordFaults>& records)
 {
-    return anyShows(source, document.composite.channels) ||
+    return std::any_of(records.begin(), records.end(),
+                       [](const RecordFaults& one) { return one.areChanges; }) ||
+           anyShows(source, document.composite.channels) ||
            std::any_of(document.layers.begin(), document.layers.end(),
-                       [&source](const Layer& layer) { return anyShows(source, layer.channels); });
+                       [&source](const Layer& layer) { return showsChange(source, layer); }) ||
+           isChangedText(source, document.xmp);
 }
 
-void doubtPackedPlanes(RecoveredDocument& document)
+void doubtLayers(RecoveredDocument& document, const std::vector<RecordFaults>& records)
+{
+    for (std::size_t i = 0; i < records.size() && i < document.layers.size(); ++i) {
+        Layer& layer = document.layers[i];
+        if (records[i].any && layer.state == State::Whole && doubt(layer.channels)) {
+            layer.state = stateOfChannels(layer);
+            layer.note = "Its record was damaged, so nothing proves that its pixels were not.";
+        }
+    }
+}
+
+void doubtAll(RecoveredDocument& document)
 {
     for (Layer& layer : document.layers) {
-        doubt(layer.channels);
-        if (layer.state == State::Whole) {
+        if (doubt(layer.channels) && layer.state == State::Whole) {
             layer.state = stateOfChannels(layer);
         }
     }
     Composite& composite = document.composite;
-    doubt(composite.channels);
-    const bool rests = std::any_of(
-        composite.channels.begin(), composite.channels.end(),
-        [](const Channel& channel) { return channel.plane.state == State::Unproved; });
-    if (composite.state == State::Whole && rests) {
+    if (doubt(composite.channels) && composite.state == State::Whole) {
         composite.state = State::Unproved;
     }
     document.missing.emplace_back(
-        "Single bytes of the document have been changed. Pixels that such a change would leave no "
-        "trace in are called unproved.");
+        "Single bytes of the document have been changed. Pixels in which such a change would leave "
+        "no trace are called unproved.");
 }
 
 } // namespace talvek::recovery

@@ -1,17 +1,28 @@
 #pragma once
 
+#include "recovery/RecordCheck.h"
 #include "recovery/RecoveredDocument.h"
 #include "recovery/SourceBytes.h"
 
+#include <vector>
+
 namespace talvek::recovery {
 
-/// Single bytes of the document have been changed where they stood, as failing memory or a bad
-/// transfer does it: a row is broken between two that are sound and stand where they should, or a
-/// row table holds a count that nothing agrees with. Holes, cuts and shifts are no such signs.
-bool hasChangedBytes(SourceBytes& source, const RecoveredDocument& document);
+// PackBits does not show that a byte of a pixel's value was changed. Where bytes nearby were, or
+// single bytes here and there, planes that only their rows prove are therefore called unproved.
 
-/// PackBits does not show that a byte of a pixel's value was changed. In a document where single
-/// bytes have been, a plane that nothing but its rows proves is therefore called unproved.
-void doubtPackedPlanes(RecoveredDocument& document);
+/// Single bytes of the document have been changed where they stood, as failing memory or a bad
+/// transfer does it: a row is broken between two that are sound and stand where they should, a row
+/// table holds a count that nothing agrees with, a record or the metadata contradicts itself.
+/// Holes, cuts and shifts are no such signs.
+bool hasChangedBytes(SourceBytes& source, const RecoveredDocument& document,
+                     const std::vector<RecordFaults>& records);
+
+/// For a document in which single bytes have been changed.
+void doubtAll(RecoveredDocument& document);
+
+/// For layers whose records are damaged.
+/// Requires: the document's layers begin with those of the records, in order.
+void doubtLayers(RecoveredDocument& document, const std::vector<RecordFaults>& records);
 
 } // namespace talvek::recovery

@@ -157,7 +157,11 @@ Composite CompositeFinder::salvaged(std::int64_t offset)
         runs.push_back({0, static_cast<std::int32_t>(rows), offset + kCodeBytes, -1});
         composite.rowsRecovered = rows;
     } else {
-        const DamagedPlane plane{m_shape, m_entryBytes, left, {offset}, {m_source.size()}};
+        DamagedPlane plane{m_shape, m_entryBytes, left, {offset}, {m_source.size()}};
+        const std::int64_t packed =
+            packedLength(m_source, offset + kCodeBytes, m_shape, m_entryBytes);
+        // Bytes are missing: inside the picture, or its end was cut off with that of the file.
+        plane.tailsAreSure = kCodeBytes + packed <= left;
         const SalvagedRows salvaged = salvageRows(m_source, plane);
         runs = salvaged.runs;
         composite.rowsRecovered = salvaged.rows;

@@ -43,14 +43,12 @@ RecoveredDocument Examination::run(const std::string& path)
         correctHeader();
     }
     carvePlanes();
+    doubtPlanes();
     limitLostRows(m_document, m_source.size());
     balanceGroups(m_document.layers);
     completeChannels(m_document.layers, m_document.facts, colorsOf(m_document.facts.mode));
     decideFlattening();
     noteMissing(m_document);
-    if (hasChangedBytes(m_source, m_document)) {
-        doubtPackedPlanes(m_document);
-    }
     m_document.regions = mapRegions(m_document, m_source);
     return std::move(m_document);
 }
@@ -120,8 +118,9 @@ void Examination::alignPlanes()
     m_progress("Bringing layers and pixels together", 0.4);
     const auto& records = m_found.records;
     const std::int64_t behind = records.empty() ? -1 : m_index.firstAtOrBehind(records.back().end);
-    m_aligner = std::make_unique<PlaneAligner>(m_source, m_found.records, m_document.facts.depth,
-                                               entryBytes(), behind, m_control);
+    m_aligner =
+        std::make_unique<PlaneAligner>(m_source, m_found.records, m_document.facts.depth,
+                                       entryBytes(), behind, m_document.statedLayers, m_control);
     m_aligner->run();
 }
 
@@ -338,6 +337,16 @@ void Examination::carvePlanes()
     for (Layer& layer : strays) {
         m_document.planesWithoutRecord += static_cast<std::int32_t>(layer.channels.size());
         m_document.layers.push_back(std::move(layer));
+    }
+}
+
+/// Takes back what sound rows prove, where bytes were changed.
+void Examination::doubtPlanes()
+{
+    const auto faults = checkRecords(m_source, m_found.records);
+    doubtLayers(m_document, faults);
+    if (hasChangedBytes(m_source, m_document, faults)) {
+        doubtAll(m_document);
     }
 }
 

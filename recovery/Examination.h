@@ -49,6 +49,7 @@ private:
     void findComposite();
     void correctHeader();
     void carvePlanes();
+    void doubtPlanes();
     void decideFlattening();
 
     [[nodiscard]] int entryBytes() const { return m_document.facts.version == 2 ? 4 : 2; }

@@ -345,6 +345,12 @@ void readRecordExtra(SourceBytes& source, LayerRecord& record, std::int64_t next
     dropUnsoundNames(source, record.layer);
 }
 
+bool isBlendMode(std::string_view letters)
+{
+    const std::span bytes(reinterpret_cast<const std::uint8_t*>(letters.data()), letters.size());
+    return bytes.size() == 4 && isBlendKey(static_cast<std::uint32_t>(bigEndian(bytes, 4)));
+}
+
 bool hasUsualChannels(const LayerRecord& record, int colors)
 {
     int expected = 0;

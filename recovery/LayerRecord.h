@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace talvek::recovery {
@@ -44,5 +45,8 @@ void readRecordExtra(SourceBytes& source, LayerRecord& record, std::int64_t next
 /// The record's channels are those of a layer in a document of so many colours: the colours from 0
 /// on without a gap, and transparency and masks at will.
 bool hasUsualChannels(const LayerRecord& record, int colors);
+
+/// The four bytes are a blend mode of the PSD format.
+bool isBlendMode(std::string_view letters);
 
 } // namespace talvek::recovery

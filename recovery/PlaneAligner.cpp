@@ -45,17 +45,27 @@ struct PlaneAligner::Ballot
 };
 
 PlaneAligner::PlaneAligner(SourceBytes& source, const std::vector<LayerRecord>& records, int depth,
-                           int entryBytes, std::int64_t blockBehind, const RunControl& control)
+                           int entryBytes, std::int64_t blockBehind,
+                           std::optional<std::int32_t> stated, const RunControl& control)
     : m_source(source), m_entryBytes(entryBytes), m_control(control)
 {
     makeSlots(records, depth);
     if (!records.empty()) {
         m_base = records.back().end;
-        const std::int64_t count = std::abs(m_source.i16(records.front().start - 2));
-        const auto found = static_cast<std::int64_t>(records.size());
-        m_frontIsKnown = count >= found && count <= 2 * found + 64;
-        findEnds(blockBehind);
+        countRecords(records, stated);
+        // Records in one piece that lack some lack the last: their planes are not the last either.
+        const bool lastIsMissing = m_frontIsKnown && !m_allAreKnown && m_lastSegment == 0;
+        findEnds(lastIsMissing ? -1 : blockBehind);
     }
+}
+
+void PlaneAligner::countRecords(const std::vector<LayerRecord>& records,
+                                std::optional<std::int32_t> stated)
+{
+    const std::int64_t count = std::abs(m_source.i16(records.front().start - 2));
+    const auto found = static_cast<std::int64_t>(records.size());
+    m_frontIsKnown = count >= found && count <= 2 * found + 64;
+    m_allAreKnown = stated ? *stated == found : count == found;
 }
 
 void PlaneAligner::run()
@@ -246,7 +256,8 @@ void PlaneAligner::elect()
         }
         // With a record lost or moved, planes that are alike can be laid over the wrong layers even
         // when the last of them ends where it should.
-        const bool settled = m_lastSegment == 0 && reachesEnd(ballot.segment, ballot.shift);
+        const bool settled =
+            m_allAreKnown && m_lastSegment == 0 && reachesEnd(ballot.segment, ballot.shift);
         acceptBallot(ballot, settled || !hasRival(ballot, all));
     }
     std::erase_if(m_hits, [this](const PlaneHit& hit) { return isClaimed(hit.offset); });

@@ -6,6 +6,7 @@
 #include "recovery/RunControl.h"
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace talvek::recovery {
@@ -41,8 +42,10 @@ class PlaneAligner
 public:
     /// @param blockBehind  the first signature behind the last record, where the document's own
     ///                     tagged blocks begin if no plane holds one by chance; -1 if there is none
+    /// @param stated       how many records there were, as far away resources say
     PlaneAligner(SourceBytes& source, const std::vector<LayerRecord>& records, int depth,
-                 int entryBytes, std::int64_t blockBehind, const RunControl& control);
+                 int entryBytes, std::int64_t blockBehind, std::optional<std::int32_t> stated,
+                 const RunControl& control);
 
     void run();
 
@@ -58,6 +61,7 @@ public:
 private:
     struct Ballot;
 
+    void countRecords(const std::vector<LayerRecord>& records, std::optional<std::int32_t> stated);
     void makeSlots(const std::vector<LayerRecord>& records, int depth);
     [[nodiscard]] std::size_t slotsEnd(std::size_t first) const;
     bool place(PlaneSlot& slot, std::int64_t offset, bool proved);
@@ -87,6 +91,7 @@ private:
     const RunControl& m_control;
     std::int64_t m_base = -1;
     bool m_frontIsKnown = false; ///< the first record found is the document's first
+    bool m_allAreKnown = false;  ///< no record is missing
     std::size_t m_lastSegment = 0;
     std::int64_t m_lastLength = 0;    ///< of the last segment's planes together
     std::vector<std::int64_t> m_ends; ///< where the last plane may end

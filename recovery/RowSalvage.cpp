@@ -125,7 +125,7 @@ private:
     void backward(std::int64_t table, std::int64_t end, bool certain)
     {
         Run open;
-        bool first = true;
+        bool first = m_plane.tailsAreSure;
         std::int64_t at = end;
         for (std::int64_t row = m_rows - 1; row >= 0; --row) {
             const std::int64_t count = countAt(table, row);

@@ -17,6 +17,7 @@ struct DamagedPlane
     std::int64_t length = -1;        ///< as stated, the code included; -1 unknown
     std::vector<std::int64_t> heads; ///< where it may begin, the likeliest first
     std::vector<std::int64_t> tails; ///< where it may end, the likeliest first
+    bool tailsAreSure = true;        ///< false: it may as well go on behind them all
 };
 
 struct SalvagedRows

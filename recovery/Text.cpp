@@ -109,4 +109,22 @@ std::u16string utf16OfUtf8(const std::string& text)
     return units;
 }
 
+void Utf8Check::add(std::span<const std::uint8_t> bytes)
+{
+    for (const std::uint8_t byte : bytes) {
+        const bool continues = (byte & 0xC0U) == 0x80U;
+        if (continues != (m_wanted > 0)) {
+            m_isText = false;
+            m_wanted = 0;
+        } else if (continues) {
+            --m_wanted;
+        } else if (byte >= 0xC0) {
+            m_wanted = byte >= 0xF0 ? 3 : byte >= 0xE0 ? 2 : 1;
+            m_isText = m_isText && byte < 0xF5;
+        } else if (byte < ' ' || byte == 0x7F) {
+            m_isText = m_isText && (byte == '\t' || byte == '\n' || byte == '\r');
+        }
+    }
+}
+
 } // namespace talvek::recovery

@@ -1,8 +1,11 @@
 #include "recovery/output/Descriptor.h"
 
+#include "recovery/SourceBytes.h"
 #include "recovery/Text.h"
 
 #include <algorithm>
+#include <bit>
+#include <cmath>
 
 namespace talvek::recovery::output {
 
@@ -18,6 +21,7 @@ public:
 
     bool readItems(DescriptorItems* items, int depth);
     [[nodiscard]] std::size_t left() const { return m_rest.size(); }
+    [[nodiscard]] bool isOdd() const { return m_isOdd; }
 
 private:
     bool take(std::uint64_t count, std::span<const std::uint8_t>& taken);
@@ -35,8 +39,20 @@ private:
     bool referenceItem(const std::string& type);
     bool unitFloats();
 
+    bool boolean();
+    bool real();
+    bool measure();
+
     std::span<const std::uint8_t> m_rest;
+    bool m_isOdd = false;
 };
+
+/// The letters of keys, classes, types and enumerations.
+bool isPlain(std::span<const std::uint8_t> letters)
+{
+    return std::all_of(letters.begin(), letters.end(),
+                       [](std::uint8_t letter) { return letter >= ' ' && letter < 0x7F; });
+}
 
 bool Reader::take(std::uint64_t count, std::span<const std::uint8_t>& taken)
 {
@@ -83,8 +99,46 @@ bool Reader::identifier(std::string& letters)
     if (!number(length) || !take(length == 0 ? 4 : length, bytes)) {
         return false;
     }
+    m_isOdd = m_isOdd || !isPlain(bytes);
     letters.assign(bytes.begin(), bytes.end());
     return true;
+}
+
+bool Reader::boolean()
+{
+    std::span<const std::uint8_t> byte;
+    if (!take(1, byte)) {
+        return false;
+    }
+    m_isOdd = m_isOdd || byte[0] > 1;
+    return true;
+}
+
+/// Finite, and neither beyond all measures of a document nor as small as no program computes.
+bool Reader::real()
+{
+    constexpr double kGreatest = 1e15;
+    constexpr double kSmallest = 1e-40;
+    std::span<const std::uint8_t> bytes;
+    if (!take(8, bytes)) {
+        return false;
+    }
+    const auto value = std::abs(std::bit_cast<double>(bigEndian(bytes, 8)));
+    m_isOdd = m_isOdd || !(value <= kGreatest) || (value > 0 && value < kSmallest);
+    return true;
+}
+
+bool Reader::measure()
+{
+    std::string unit;
+    if (!tag(unit)) {
+        return false;
+    }
+    m_isOdd = m_isOdd || unit.front() != '#' ||
+              !std::all_of(unit.begin() + 1, unit.end(), [](char letter) {
+                  return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z');
+              });
+    return real();
 }
 
 bool Reader::unicode(std::string& text)
@@ -153,16 +207,19 @@ bool Reader::container(const std::string& type, int depth)
 {
     std::string passed;
     if (type == "bool") {
-        return skip(1);
+        return boolean();
     }
     if (type == "long") {
         return skip(4);
     }
-    if (type == "doub" || type == "comp") {
+    if (type == "doub") {
+        return real();
+    }
+    if (type == "comp") {
         return skip(8);
     }
     if (type == "UntF") {
-        return skip(12);
+        return measure();
     }
     if (type == "UnFl") {
         return unitFloats();
@@ -254,6 +311,7 @@ DescriptorItems readDescriptor(std::span<const std::uint8_t> bytes)
     DescriptorItems items;
     Reader reader(bytes);
     items.isWhole = reader.readItems(&items, 0);
+    items.isOdd = reader.isOdd();
     items.length = bytes.size() - reader.left();
     return items;
 }

@@ -16,6 +16,7 @@ struct DescriptorItems
     std::map<std::string, std::span<const std::uint8_t>> rawData; ///< by key, in the input
     std::size_t length = 0;                                       ///< bytes read
     bool isWhole = false; ///< read to its end; else what stands before the damage
+    bool isOdd = false;   ///< holds values that no writer makes, as changed bytes do
 };
 
 /// Reads a descriptor from its class name on.
