@@ -293,7 +293,8 @@ void findRecordEnd(SourceBytes& source, LayerRecord& record, std::int64_t next)
     } else if (next > 0 && isWithin(next - leapt, 0, kMostPadding)) {
         setEnd(record, next, false);
     } else {
-        setEnd(record, std::max({end, leapt, extra}), end > 0 && !leaping.hadGaps());
+        setEnd(record, std::max({end, leapt, extra}),
+               end > 0 && end == leapt && !leaping.hadGaps());
     }
 }
 

@@ -88,10 +88,11 @@ struct ColorConversion::Transform : ProfileTransform
 ColorConversion::ColorConversion(const ColorFacts& facts)
     : m_mode(soundMode(facts)), m_depth(facts.depth), m_planes(planesOf(m_mode, facts.colors))
 {
-    if (m_depth == 32) {
-        m_encode = makeEncodeTable(!facts.areAmounts);
-    }
     openProfile(facts);
+    if (m_depth == 32) {
+        // Light is what a profile makes of the numbers; without one they count as sRGB's own.
+        m_encode = makeEncodeTable(m_usesProfile && !facts.areAmounts);
+    }
     if (m_mode == ColorMode::Indexed) {
         readPalette(facts);
     }

@@ -27,8 +27,9 @@ struct ColorFacts
 /// A profile that can be read, and that is of the document's mode, is followed (relative
 /// colorimetric, black points matched). Without one RGB and gray count as sRGB; the inks of CMYK
 /// and multichannel documents multiply; Lab is seen under D50; an indexed picture without its
-/// palette is shown as gray. 32-bit samples are amounts of light, not codes, and what is brighter
-/// than white is white. One thread at a time.
+/// palette is shown as gray. 32-bit samples are amounts of light in the colours of a profile, and
+/// without one they count as sRGB like any others; what is brighter than white is white. One thread
+/// at a time.
 class ColorConversion
 {
 public:

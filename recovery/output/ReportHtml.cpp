@@ -373,8 +373,8 @@ void Page::foot()
 {
     const char* colors = m_contents.usesProfile
                              ? "Colours were converted to sRGB through the document's profile."
-                             : "No usable colour profile: colours were converted to sRGB by fixed "
-                               "formulas.";
+                             : "No usable colour profile: RGB and gray count as sRGB, other modes "
+                               "were converted by fixed formulas.";
     text("<footer>Masks are not applied to the layers' pictures; they are files of their own. " +
          std::string(m_document.facts.width > 0 ? colors : "") +
          " The damaged file itself was not changed.</footer>\n</main>\n</body>\n</html>\n");
