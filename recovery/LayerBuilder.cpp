@@ -101,9 +101,13 @@ void LayerBuilder::salvage(const PlaneSlot& slot, Plane& plane)
     plane.state = plane.rowsRecovered > 0 ? State::Partial : State::Lost;
 }
 
-/// Nothing in raw rows tells where a hole is: only those before the file's end are known of.
+/// Nothing in raw rows tells where a hole is: only those before the file's end are known of. With
+/// bytes missing or too many somewhere inside, no row's place is known.
 void LayerBuilder::salvageRaw(const PlaneSlot& slot, std::int64_t offset, Plane& plane)
 {
+    if (slot.headOffset >= 0 && slot.tailOffset >= 0 && slot.headOffset != slot.tailOffset) {
+        return;
+    }
     const std::int64_t start = offset + kCodeBytes;
     const std::int64_t left = std::max<std::int64_t>(0, m_source.size() - start);
     const std::int64_t rows = std::min(slot.shape.rows, left / slot.shape.rowBytes);

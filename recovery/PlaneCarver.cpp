@@ -71,7 +71,9 @@ bool PlaneCarver::takeAt(std::int64_t offset, bool inStep)
 
 void PlaneCarver::add(std::int64_t offset, const PlaneCheck& check, const PlaneShape& shape)
 {
-    const bool follows = !m_planes.empty() && m_planes.back().end() == offset;
+    // Some writers pad planes to an even length; a plane without samples takes two bytes.
+    const std::int64_t gap = m_planes.empty() ? -1 : offset - m_planes.back().end();
+    const bool follows = gap == 0 || (gap == 1 && m_source.u8(offset - 1) == 0);
     m_planes.push_back({offset, check, shape, follows});
 }
 
