@@ -39,7 +39,8 @@ public:
 
     SalvagedRows run()
     {
-        const auto starts = possibleStarts();
+        m_starts = possibleStarts();
+        const auto& starts = m_starts;
         for (const std::int64_t table : starts) {
             walkWithTable(table, starts);
         }
@@ -260,20 +261,52 @@ private:
              ++start) {
             std::int64_t at = start;
             std::int64_t rows = 0;
+            std::int64_t second = to;
             while (at < to && rows < behind - row) {
                 const std::int64_t count = rowLengthByWidth(m_source, at, to, m_width);
                 budget -= 16 + std::max<std::int64_t>(count, 0) / 8;
-                if (count <= 0 || (rows == 0 && looksLikeHole(at, count))) {
+                if (count <= 0) {
+                    break;
+                }
+                if (rows == 0 && looksLikeHole(at, count)) {
+                    start = std::max(start, lastHoleStart(start, to));
                     break;
                 }
                 at += count;
-                ++rows;
+                second = ++rows == 1 ? at : second;
             }
             if (at == to && rows > 0 && (rows >= 2 || to - start >= kHoleBytes)) {
-                cover({behind - rows, rows, start, to, -1});
+                coverBehindHole({behind - rows, rows, start, to, -1}, second);
                 return;
             }
         }
+    }
+
+    /// What is left of a torn row can be read as a whole one: without the table's word for it, the
+    /// first row behind a hole is not given.
+    void coverBehindHole(Run run, std::int64_t second)
+    {
+        const bool isWitnessed = std::any_of(m_starts.begin(), m_starts.end(), [&](auto start) {
+            return countAt(start + kCodeBytes, run.firstRow) == second - run.offset;
+        });
+        if (!isWitnessed) {
+            ++run.firstRow;
+            --run.rows;
+            run.offset = second;
+        }
+        if (run.rows > 0) {
+            cover(run);
+        }
+    }
+
+    /// The last place in the zeros at `offset` where a row can begin that takes some of them.
+    std::int64_t lastHoleStart(std::int64_t offset, std::int64_t to)
+    {
+        std::int64_t at = offset;
+        while (at < to && m_source.u8(at) == 0) {
+            ++at;
+        }
+        return at - kHoleBytes;
     }
 
     bool looksLikeHole(std::int64_t offset, std::int64_t count)
@@ -322,6 +355,7 @@ private:
     std::int64_t m_width;
     std::int64_t m_table;
     std::vector<bool> m_covered;
+    std::vector<std::int64_t> m_starts; ///< where the plane may begin
     std::vector<Run> m_runs;
 };
 
