@@ -8,6 +8,7 @@
 #include "recovery/Zeros.h"
 
 #include <algorithm>
+#include <map>
 
 namespace talvek::recovery {
 
@@ -43,17 +44,20 @@ public:
     }
 
 private:
-    /// One row between the two is broken, and it takes just the bytes that the table gives it.
+    /// A few rows between the two are broken, and they take just the bytes that the table gives
+    /// them.
     [[nodiscard]] bool isChangedBetween(const RowRun& before, const RowRun& behind)
     {
+        constexpr std::int32_t kMostRows = 3;
         const std::int32_t end = before.firstRow + before.rowCount;
-        if (behind.firstRow - end != 1 || before.tableOffset < 0 || behind.tableOffset < 0 ||
+        if (behind.firstRow - end > kMostRows || before.tableOffset < 0 || behind.tableOffset < 0 ||
             behind.tableOffset - before.tableOffset !=
                 std::int64_t{behind.firstRow - before.firstRow} * m_plane.tableEntryBytes) {
             return false;
         }
         const std::int64_t lost = before.offset + packed(before.tableOffset, before.rowCount);
-        const std::int64_t next = before.offset + packed(before.tableOffset, before.rowCount + 1);
+        const std::int64_t next =
+            before.offset + packed(before.tableOffset, behind.firstRow - before.firstRow);
         return next == behind.offset && !holdsZeros(m_source, lost, next, kHoleZeros);
     }
 
@@ -98,6 +102,18 @@ bool doubt(std::vector<Channel>& channels)
     return any;
 }
 
+/// What the layer's planes are laid over the file by; empty for a layer without planes.
+std::vector<std::int64_t> lengthsOf(const Layer& layer)
+{
+    std::vector<std::int64_t> lengths;
+    for (const Channel& channel : layer.channels) {
+        if (!channel.plane.isEmpty()) {
+            lengths.insert(lengths.end(), {channel.plane.rows, channel.plane.bytes.length});
+        }
+    }
+    return lengths;
+}
+
 /// Metadata is text: a byte in it that no text has was changed, unless there is a hole.
 bool isChangedText(SourceBytes& source, const ByteRange& range)
 {
@@ -122,6 +138,61 @@ bool isChangedText(SourceBytes& source, const ByteRange& range)
     return !check.isText();
 }
 
+/// Planes that no record claims, and the ones that records do, are copies of each other in a
+/// document of which a part was written twice. Copies that differ in a few bytes were changed.
+class Copies
+{
+public:
+    Copies(SourceBytes& source, const RecoveredDocument& document) : m_source(source)
+    {
+        for (const Layer& layer : document.layers) {
+            for (const Channel& channel : layer.channels) {
+                const Plane& plane = channel.plane;
+                if (plane.proof == Proof::PackBitsRows && plane.bytes.source == 0) {
+                    (layer.hasRecord ? m_claimed[plane.bytes.length] : m_stray).push_back(&plane);
+                }
+            }
+        }
+    }
+
+    bool differ()
+    {
+        return std::any_of(m_stray.begin(), m_stray.end(), [this](const Plane* stray) {
+            const auto same = m_claimed.find(stray->bytes.length);
+            return same != m_claimed.end() && differs(*stray, same->second);
+        });
+    }
+
+private:
+    bool differs(const Plane& stray, const std::vector<const Plane*>& others)
+    {
+        constexpr std::size_t kMostCompared = 8;
+        const auto last = std::min(others.size(), kMostCompared);
+        return std::any_of(others.begin(), others.begin() + static_cast<std::ptrdiff_t>(last),
+                           [&](const Plane* other) { return differs(stray.bytes, other->bytes); });
+    }
+
+    /// In a few bytes, of the first ones.
+    bool differs(const ByteRange& one, const ByteRange& other)
+    {
+        constexpr std::int64_t kMostDiffering = 16;
+        constexpr std::int64_t kLeastShare = 20;
+        const auto count = std::min<std::int64_t>(one.length, std::int64_t{SourceBytes::kMostView});
+        const auto view = m_source.at(one.offset, static_cast<std::size_t>(count));
+        const std::vector<std::uint8_t> copy(view.begin(), view.end());
+        const auto second = m_source.at(other.offset, copy.size());
+        std::int64_t differing = 0;
+        for (std::size_t i = 0; i < second.size(); ++i) {
+            differing += copy[i] != second[i] ? 1 : 0;
+        }
+        return differing > 0 && differing <= kMostDiffering && differing * kLeastShare <= count;
+    }
+
+    SourceBytes& m_source;
+    std::map<std::int64_t, std::vector<const Plane*>> m_claimed; ///< by length
+    std::vector<const Plane*> m_stray;
+};
+
 } // namespace
 
 bool hasChangedBytes(SourceBytes& source, const RecoveredDocument& document,
@@ -132,7 +203,7 @@ bool hasChangedBytes(SourceBytes& source, const RecoveredDocument& document,
            anyShows(source, document.composite.channels) ||
            std::any_of(document.layers.begin(), document.layers.end(),
                        [&source](const Layer& layer) { return showsChange(source, layer); }) ||
-           isChangedText(source, document.xmp);
+           isChangedText(source, document.xmp) || Copies(source, document).differ();
 }
 
 void doubtLayers(RecoveredDocument& document, const std::vector<RecordFaults>& records)
@@ -142,6 +213,26 @@ void doubtLayers(RecoveredDocument& document, const std::vector<RecordFaults>& r
         if (records[i].any && layer.state == State::Whole && doubt(layer.channels)) {
             layer.state = stateOfChannels(layer);
             layer.note = "Its record was damaged, so nothing proves that its pixels were not.";
+        }
+    }
+}
+
+void doubtPlaces(RecoveredDocument& document, const std::vector<RecordFaults>& records)
+{
+    const bool isTorn = std::any_of(records.begin(), records.end(), [](const RecordFaults& one) {
+        return one.any && !one.areChanges;
+    });
+    if (!isTorn) {
+        return;
+    }
+    std::map<std::vector<std::int64_t>, int> alike;
+    for (const Layer& layer : document.layers) {
+        ++alike[lengthsOf(layer)];
+    }
+    for (Layer& layer : document.layers) {
+        if (layer.state == State::Whole && alike[lengthsOf(layer)] > 1 && doubt(layer.channels)) {
+            layer.state = stateOfChannels(layer);
+            layer.note = "Records were torn apart, and another layer's pixels would fit as well.";
         }
     }
 }

@@ -345,6 +345,7 @@ void Examination::doubtPlanes()
 {
     const auto faults = checkRecords(m_source, m_found.records);
     doubtLayers(m_document, faults);
+    doubtPlaces(m_document, faults);
     if (hasChangedBytes(m_source, m_document, faults)) {
         doubtAll(m_document);
     }

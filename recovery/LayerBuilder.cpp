@@ -25,6 +25,18 @@ void addOnce(std::vector<std::int64_t>& offsets, std::int64_t offset)
     }
 }
 
+/// A channel's rectangle has no pixels, and its length says that it has.
+bool holdsUnplacedBytes(const LayerRecord& record)
+{
+    constexpr std::int64_t kMostOfEmpty = kCodeBytes + kMostPlanePadding;
+    for (std::size_t i = 0; i < record.entries.size(); ++i) {
+        if (record.layer.channels[i].bounds.isEmpty() && record.entries[i].length > kMostOfEmpty) {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 LayerBuilder::LayerBuilder(SourceBytes& source, const DocumentFacts& facts,
@@ -169,6 +181,10 @@ void LayerBuilder::judge(const LayerRecord& record, Layer& layer)
     layer.state = stateOfChannels(layer);
     // A list that no program writes has been damaged, and what it says of its planes with it.
     const int colors = colorsOf(m_facts.mode);
+    if (layer.state == State::Whole && holdsUnplacedBytes(record)) {
+        layer.state = State::Unproved;
+        layer.note = "A channel has bytes, but a rectangle without pixels.";
+    }
     if (layer.state == State::Whole && colors > 0 && !hasUsualChannels(record, colors)) {
         layer.state = State::Unproved;
         layer.note = "The list of channels is not one that programs write.";
