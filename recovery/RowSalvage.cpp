@@ -104,7 +104,7 @@ private:
         std::int64_t at = data;
         for (std::int64_t row = 0; row < m_rows; ++row) {
             const std::int64_t count = countAt(table, row);
-            const bool fits = count > 0 && rowFits(m_source, at, count, m_width);
+            const bool fits = isSoundRow(at, count);
             if (fits && open.rows == 0) {
                 open = {row, 0, at, at, table + row * m_plane.entryBytes};
             }
@@ -131,7 +131,7 @@ private:
         for (std::int64_t row = m_rows - 1; row >= 0; --row) {
             const std::int64_t count = countAt(table, row);
             at -= count;
-            const bool fits = count > 0 && rowFits(m_source, at, count, m_width);
+            const bool fits = isSoundRow(at, count);
             if (fits && open.rows == 0) {
                 open.end = at + count;
             }
@@ -309,14 +309,26 @@ private:
         return at - kHoleBytes;
     }
 
+    bool isSoundRow(std::int64_t offset, std::int64_t count)
+    {
+        return count > 0 && rowFits(m_source, offset, count, m_width) &&
+               !looksLikeHole(offset, count);
+    }
+
+    /// The row has a part in more zeros than an encoder leaves, which may begin before it and end
+    /// behind it: a hole's border can fit a row as well as what stood there.
     bool looksLikeHole(std::int64_t offset, std::int64_t count)
     {
-        const auto view = m_source.at(offset, static_cast<std::size_t>(std::min<std::int64_t>(
-                                                  count, SourceBytes::kMostView)));
+        const std::int64_t from = std::max<std::int64_t>(0, offset - kHoleBytes);
+        const std::int64_t to = offset + count + kHoleBytes;
+        const auto view = m_source.at(from, static_cast<std::size_t>(std::min<std::int64_t>(
+                                                to - from, SourceBytes::kMostView)));
         std::int64_t zeros = 0;
+        std::int64_t at = from;
         for (const std::uint8_t byte : view) {
+            ++at;
             zeros = byte == 0 ? zeros + 1 : 0;
-            if (zeros >= kHoleBytes) {
+            if (zeros >= kHoleBytes && at > offset && at - zeros < offset + count) {
                 return true;
             }
         }
