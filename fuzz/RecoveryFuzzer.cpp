@@ -48,6 +48,7 @@ public:
         return static_cast<ssize_t>(bytes.size());
     }
     int close(int) override { return 0; }
+    std::int64_t nextData(int, std::int64_t offset) override { return offset; }
     std::int64_t sizeOf(int) override { return static_cast<std::int64_t>(m_input.size()); }
 
     [[nodiscard]] const std::vector<std::uint8_t>& output() const { return m_output; }

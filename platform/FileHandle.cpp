@@ -73,6 +73,11 @@ std::int64_t ReadingFileHandle::size() const
     return std::max<std::int64_t>(0, m_descriptor.system().sizeOf(m_descriptor.number()));
 }
 
+std::int64_t ReadingFileHandle::nextData(std::int64_t offset) const
+{
+    return isOpen() ? m_descriptor.system().nextData(m_descriptor.number(), offset) : offset;
+}
+
 std::size_t ReadingFileHandle::read(std::int64_t offset, std::span<std::uint8_t> into)
 {
     if (!isOpen() || offset < 0 || into.empty()) {

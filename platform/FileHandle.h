@@ -71,6 +71,10 @@ public:
     /// The file's size in bytes as it is now; 0 for an absent handle.
     [[nodiscard]] std::int64_t size() const override;
 
+    /// The first offset at or behind `offset` that is not in a hole of the file, where the system
+    /// can tell; the file's size when there is none. A hole reads as zeros.
+    [[nodiscard]] std::int64_t nextData(std::int64_t offset) const;
+
     /// Short before a byte that cannot be read, too.
     std::size_t read(std::int64_t offset, std::span<std::uint8_t> into) override;
     std::span<const std::uint8_t> inPlace(std::int64_t offset, std::size_t count) override;

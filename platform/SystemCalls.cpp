@@ -1,5 +1,6 @@
 #include "platform/SystemCalls.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
@@ -71,6 +72,22 @@ std::int64_t SystemCalls::sizeOf(int descriptor)
 {
     struct stat status = {};
     return ::fstat(descriptor, &status) == 0 ? static_cast<std::int64_t>(status.st_size) : -1;
+}
+
+std::int64_t SystemCalls::nextData(int descriptor, std::int64_t offset)
+{
+#ifdef SEEK_DATA
+    // Reads state their offsets, so moving the descriptor's own disturbs none.
+    const off_t found = ::lseek(descriptor, static_cast<off_t>(offset), SEEK_DATA);
+    if (found >= 0) {
+        return std::max<std::int64_t>(offset, found);
+    }
+    if (errno == ENXIO) {
+        return std::max<std::int64_t>(offset, sizeOf(descriptor));
+    }
+#endif
+    (void)descriptor;
+    return offset;
 }
 
 std::optional<std::uint64_t> SystemCalls::freeBytes(const std::string& path)

@@ -32,6 +32,9 @@ public:
     virtual int close(int descriptor);
     /// Size in bytes of the open file; -1 if it cannot be told.
     virtual std::int64_t sizeOf(int descriptor);
+    /// The first offset at or behind `offset` that does not lie in a hole of a sparse file; the
+    /// file's size when there is none; `offset` itself where the system cannot tell.
+    virtual std::int64_t nextData(int descriptor, std::int64_t offset);
     /// Bytes that the user (not the superuser) may still write on the volume that holds `path`.
     virtual std::optional<std::uint64_t> freeBytes(const std::string& path);
     virtual int makeFolder(const std::string& path, mode_t mode);

@@ -33,12 +33,24 @@ bool isFilledWith(std::span<const std::uint8_t> view, std::uint8_t value)
 void SignatureIndex::build(SourceBytes& source, const RunControl& control, const Progress& progress)
 {
     constexpr auto kStep = static_cast<std::int64_t>(SourceBytes::kMostView - kSignatureBytes + 1);
-    for (std::int64_t offset = 0; offset < source.size(); offset += kStep) {
+    for (std::int64_t offset = 0; offset < source.size();) {
         if (control.isStoppedAfterPause()) {
             return;
         }
-        scan(source.at(offset, SourceBytes::kMostView), offset);
-        progress(std::min(offset + kStep, source.size()));
+        const auto view = source.at(offset, SourceBytes::kMostView);
+        const bool isEmpty = isFilledWith(view, 0);
+        if (!isEmpty) {
+            scan(view, offset);
+        }
+        m_isOneValue = m_isOneValue && (!isEmpty || m_value <= 0);
+        m_value = isEmpty && m_value < 0 ? 0 : m_value;
+        offset += kStep;
+        if (isEmpty) {
+            // Holes of a sparse file are zeros: nothing begins in them.
+            offset = std::max(offset,
+                              source.nextData(offset) - static_cast<std::int64_t>(kSignatureBytes));
+        }
+        progress(std::min(offset, source.size()));
     }
 }
 

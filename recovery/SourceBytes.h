@@ -43,6 +43,12 @@ public:
     /// `count` bytes, highest first; 0 where they do not all lie in the file.
     std::uint64_t number(std::int64_t offset, std::size_t count);
 
+    /// The first offset at or behind `offset` that is not known to be in a hole of the file.
+    [[nodiscard]] std::int64_t nextData(std::int64_t offset) const
+    {
+        return m_handle.nextData(offset);
+    }
+
 private:
     /// A block overlaps the next one by a view's length, so that no view crosses a border.
     static constexpr std::int64_t kStep = 256 << 10;

@@ -23,6 +23,7 @@ public:
 
     int openForReading(const std::string& /*path*/) override { return 0; }
     int close(int /*descriptor*/) override { return 0; }
+    std::int64_t nextData(int /*descriptor*/, std::int64_t offset) override { return offset; }
     std::int64_t sizeOf(int /*descriptor*/) override
     {
         return static_cast<std::int64_t>(bytes.size());

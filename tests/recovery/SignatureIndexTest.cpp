@@ -4,6 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
 namespace talvek::test {
 
 using namespace recovery;
@@ -48,6 +52,32 @@ TEST(SignatureIndex, AFileOfOneValueIsKnownAsSuch)
     almost.back() = 1;
     Source other(almost);
     EXPECT_FALSE(indexOf(other).isOneValue());
+}
+
+TEST(SignatureIndex, ZerosBehindAnotherValueAreNotOneValue)
+{
+    Bytes bytes(300000, 0);
+    std::fill_n(bytes.begin(), 100000, std::uint8_t{7});
+    Source source(bytes);
+    EXPECT_FALSE(indexOf(source).isOneValue());
+}
+
+TEST(SignatureIndex, FindsWhatStandsBehindAndBetweenTheHolesOfASparseFile)
+{
+    const TemporaryFolder folder;
+    const std::string path = folder.pathOf("sparse");
+    writeFile(path, bytesOf("8BPS"));
+    constexpr std::int64_t kFar = std::int64_t{3} << 30U;
+    std::filesystem::resize_file(path, kFar);
+    std::ofstream(path, std::ios::app) << "8BIM";
+    std::filesystem::resize_file(path, 2 * kFar);
+    ReadingFileHandle handle = FileManager::defaultManager().openForReading(path);
+    SourceBytes source(handle);
+    SignatureIndex index;
+    const RunControl control;
+    index.build(source, control, [](std::int64_t) {});
+    EXPECT_EQ(index.headers(), std::vector<std::int64_t>({0}));
+    EXPECT_EQ(index.blocks(), std::vector<std::int64_t>({kFar}));
 }
 
 TEST(SourceBytes, ReadsTheSameAtEveryOffsetAroundABlocksBorder)
