@@ -89,7 +89,9 @@ void readFixedFields(SourceBytes& source, LayerRecord& record)
     const std::int64_t at = record.signature;
     Layer& layer = record.layer;
     const auto letters = source.at(at + 4, 4);
-    layer.blend.assign(letters.begin(), letters.end());
+    if (letters.size() == 4) {
+        layer.blend.assign(letters.begin(), letters.end());
+    }
     layer.opacity = source.u8(at + 8);
     layer.clipping = source.u8(at + 9);
     layer.flags = source.u8(at + 10);

@@ -91,4 +91,14 @@ TEST(RecordFinder, RecordsBehindThePlanesOfACompleteDocumentAreAnothers)
     EXPECT_EQ(found.names(), "sky,sea,sand");
 }
 
+TEST(RecordFinder, ARecordThatTheFileEndsInKeepsAWholeBlendMode)
+{
+    Document document = threeLayers().build();
+    document.cutAt(document.records[1].signature + 6);
+    const Found found(document);
+    for (const recovery::Layer& layer : found.document().layers) {
+        EXPECT_EQ(layer.blend.size(), 4U) << layer.name;
+    }
+}
+
 } // namespace talvek::test
