@@ -44,17 +44,19 @@ struct AlertSheet
 /// How the panel that chooses a document is set up.
 struct OpenPanel
 {
-    QStringList allowedFileTypes;
+    QStringList allowedFileTypes; ///< empty: files of any name
 };
 
-/// How the panel that names a new folder is set up.
+/// How the panel that names a new folder, or a new file, is set up.
 struct SavePanel
 {
     QString prompt;
     QString nameField;
+    QString heading = {};         ///< what is saved; empty: all files, in a new folder
+    QString nameDescription = {}; ///< what the name is of, for a screen reader; likewise
 };
 
-/// The folder to be made: the one that will hold it, and its name as typed.
+/// The folder or file to be made: the folder that will hold it, and its name as typed.
 struct SaveDestination
 {
     QString parentFolder;

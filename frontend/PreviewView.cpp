@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace talvek {
 
@@ -69,12 +70,20 @@ QSize PreviewView::minimumSizeHint() const
 
 // Loading
 
-void PreviewView::showFile(const QString& path)
+void PreviewView::showFile(const QString& path, const QString& title)
 {
     clear();
-    m_name = QFileInfo(path).completeBaseName().trimmed();
+    m_name = title.isEmpty() ? QFileInfo(path).completeBaseName().trimmed() : title;
     describe();
     openInBackground(path);
+}
+
+void PreviewView::setLostRows(std::vector<RowSpan> lost, const QString& words)
+{
+    m_lostRows = std::move(lost);
+    m_lostWords = words;
+    describe();
+    update();
 }
 
 void PreviewView::clear()
@@ -86,6 +95,8 @@ void PreviewView::clear()
     m_whole = {};
     m_detail = {};
     m_name.clear();
+    m_lostRows.clear();
+    m_lostWords.clear();
     m_dragging = false;
     m_viewport.setPicture({});
     describe();
@@ -269,8 +280,9 @@ void PreviewView::describe()
     setAccessibleName(
         tr("Preview of %1, %2 by %3 pixels")
             .arg(m_name, locale().toString(pixels.width()), locale().toString(pixels.height())));
-    setAccessibleDescription(tr("Press 0 to fit the picture, 1 for its actual size, plus and minus "
-                                "to zoom, and the arrow keys to scroll."));
+    const QString keys = tr("Press 0 to fit the picture, 1 for its actual size, plus and minus "
+                            "to zoom, and the arrow keys to scroll.");
+    setAccessibleDescription(m_lostWords.isEmpty() ? keys : m_lostWords + QLatin1Char(' ') + keys);
 }
 
 void PreviewView::updateCursor()
@@ -326,6 +338,32 @@ void PreviewView::paintPicture(QPainter& painter) const
         paintPiece(painter, m_detail);
     } else {
         paintPiece(painter, m_whole);
+    }
+    paintLostRows(painter, area);
+}
+
+/// Never less than a line of the screen, however small the picture is shown; and each line of the
+/// screen once, however many rows lie in it.
+void PreviewView::paintLostRows(QPainter& painter, const QRect& area) const
+{
+    const QColor ground = isDark() ? QColor(0x2b, 0x26, 0x20) : QColor(0xfd, 0xf3, 0xe7);
+    const QColor ink = isDark() ? QColor(0xF2, 0xA6, 0x5A) : QColor(0xA1, 0x4A, 0x00);
+    painter.setBrushOrigin(m_viewport.pictureRect().topLeft());
+    int painted = area.top();
+    for (const RowSpan& span : m_lostRows) {
+        const QRectF place = m_viewport.rectOf(
+            QRect(0, span.first, std::max(m_source->size().width(), 1), span.count));
+        const int from = std::max(painted, static_cast<int>(std::floor(place.top())));
+        const int to = std::min(area.bottom() + 1, static_cast<int>(std::ceil(place.bottom())));
+        if (from > area.bottom()) {
+            return;
+        }
+        if (to > from) {
+            const QRect band(area.left(), from, area.width(), to - from);
+            painter.fillRect(band, ground);
+            painter.fillRect(band, QBrush(ink, Qt::BDiagPattern));
+            painted = to;
+        }
     }
 }
 

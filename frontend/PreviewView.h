@@ -1,6 +1,7 @@
 #pragma once
 
 #include "frontend/preview/PictureSource.h"
+#include "frontend/preview/RowSpan.h"
 #include "frontend/preview/Viewport.h"
 
 #include <QString>
@@ -10,6 +11,7 @@
 
 #include <memory>
 #include <optional>
+#include <vector>
 
 class QNativeGestureEvent;
 class QPinchGesture;
@@ -48,7 +50,12 @@ public:
 
 public slots:
     /// Shows the file at `path`, fitted, in place of what was shown before.
-    void showFile(const QString& path);
+    /// @param title  what a screen reader calls it; empty: by the file's name
+    void showFile(const QString& path, const QString& title = {});
+    /// Hatches rows of the picture that is shown, or is about to be, because they are lost.
+    /// @param lost   ordered and disjoint
+    /// @param words  what a screen reader says of them
+    void setLostRows(std::vector<RowSpan> lost, const QString& words);
     /// Empties the view.
     void clear();
     /// Shows the whole picture; one that is smaller than the view is not enlarged.
@@ -115,6 +122,7 @@ private:
     void describe();
     void paintPicture(QPainter& painter) const;
     void paintPiece(QPainter& painter, const Piece& piece) const;
+    void paintLostRows(QPainter& painter, const QRect& area) const;
     void paintCheckerboard(QPainter& painter, const QRect& area) const;
     void paintBusySign(QPainter& painter) const;
     [[nodiscard]] bool isDark() const;
@@ -127,6 +135,8 @@ private:
     [[nodiscard]] QPointF middle() const;
 
     QString m_name;
+    std::vector<RowSpan> m_lostRows;
+    QString m_lostWords;
     std::shared_ptr<PictureSource> m_source; ///< used by one job at a time, and by nobody else
     Viewport m_viewport;
     Piece m_whole;  ///< the whole picture, as sharp as it was last needed

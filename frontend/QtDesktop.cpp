@@ -30,6 +30,9 @@ QString tr(const char* text)
 /// "Photoshop documents (*.psd *.PSD ...)": some file systems and panels mind the case.
 QString filterOf(const QStringList& types)
 {
+    if (types.isEmpty()) {
+        return tr("All files") + QStringLiteral(" (*)");
+    }
     QStringList patterns;
     for (const QString& type : types) {
         patterns << QStringLiteral("*.") + type << QStringLiteral("*.") + type.toUpper();

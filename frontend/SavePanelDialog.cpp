@@ -31,6 +31,10 @@ SavePanelDialog::SavePanelDialog(const SavePanel& panel, QWidget* parent)
     connect(m_ui->folderButton, &QPushButton::clicked, this, [this] { chooseParentFolder(); });
     connect(save, &QPushButton::clicked, this, &QDialog::accept);
     connect(m_ui->cancelButton, &QPushButton::clicked, this, &QDialog::reject);
+    if (!panel.heading.isEmpty()) {
+        m_ui->savePanelTitleLabel->setText(panel.heading);
+        m_ui->nameField->setAccessibleName(panel.nameDescription);
+    }
     m_ui->nameField->setText(panel.nameField);
     m_ui->nameField->selectAll();
     setParentFolder(usualFolder());

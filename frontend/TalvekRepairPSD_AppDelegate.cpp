@@ -1,5 +1,6 @@
 #include "frontend/TalvekRepairPSD_AppDelegate.h"
 
+#include "frontend/DeepRecoveryController.h"
 #include "frontend/MainWindow.h"
 #include "frontend/ProgressBar.h"
 #include "frontend/PublishedList.h"
@@ -53,6 +54,7 @@ TalvekRepairPSD_AppDelegate::~TalvekRepairPSD_AppDelegate()
 {
     NotificationCenter::defaultCenter().removeObserver(m_observer);
     m_run.reset();
+    m_deep.reset();
     m_savingAbort = true;
     savingQueue.waitForDone();
 }
@@ -158,7 +160,7 @@ void TalvekRepairPSD_AppDelegate::setCorruptFilePath(const QString& path)
 
 bool TalvekRepairPSD_AppDelegate::isBusy() const
 {
-    return m_isRepairing || m_isSaving;
+    return m_isRepairing || m_isSaving || m_deep->isBusy();
 }
 
 bool TalvekRepairPSD_AppDelegate::isOnScreen(const QString& identifier) const

@@ -3,6 +3,7 @@
 #include "engine/Repair.h"
 #include "frontend/Bundle.h"
 #include "frontend/Desktop.h"
+#include "frontend/FileCopier.h"
 #include "frontend/RepairRun.h"
 #include "platform/FileManager.h"
 
@@ -29,6 +30,7 @@ class MainWindow;
 
 namespace talvek {
 
+class DeepRecoveryController;
 class MainWindow;
 class ProgressBar;
 class PublishedList;
@@ -75,6 +77,13 @@ public:
     void couldNotRepair();
     /// The observer of "notif".
     void updateProgress(const UserInfo& notification);
+
+    // Deep recovery.
+
+    /// Recovers the chosen document, or, if there is none, one that is asked for.
+    void deepRecoverFile(QObject* sender);
+    /// Of the screens "4" and "5".
+    [[nodiscard]] DeepRecoveryController& deepRecovery() const { return *m_deep; }
 
     // Results and preview.
 
@@ -164,8 +173,6 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    struct CopyResult;
-
     // Windows, and what their controls do.
     void loadLayout();
     void loadWindows();
@@ -173,7 +180,9 @@ private:
     void connectControls();
     void connectShortcuts();
     void connectKeysOfViews();
+    void loadDeepScreens();
     void addShortcut(const QKeySequence& keys, QWidget* control, std::function<void()> action);
+    void addClicks(const QKeySequence& keys, const QStringList& buttonNames);
     void showImages();
     void showScreen(const QString& identifier);
     /// Enables what may be used now and puts it in words: the one place where the controls follow
@@ -209,11 +218,6 @@ private:
     void beginSaving(const QString& folder, int files);
     CopyResult copyFiles(const std::string& folder, const std::vector<FileRecord>& records,
                          bool folderIsNew);
-    bool copyChunks(ReadingFileHandle& input, std::int64_t size, WritingFileHandle& output) const;
-    void nameCopies(const std::string& folder, const std::vector<FileRecord>& records,
-                    CopyResult& result);
-    void discardCopies(const std::string& folder, const std::vector<FileRecord>& records,
-                       bool folderIsNew);
     void showFilesSaved(int files);
     void savingEnded(const CopyResult& result);
     void warnOfIncomplete(const QStringList& names);
@@ -253,6 +257,7 @@ private:
     int m_clickedRow = -1;
     ResultsModel* m_results = nullptr;
     PublishedList* m_publishedList = nullptr;
+    std::unique_ptr<DeepRecoveryController> m_deep;
 };
 
 } // namespace talvek

@@ -1,5 +1,7 @@
+#include "frontend/DeepRecoveryController.h"
 #include "frontend/MainWindow.h"
 #include "frontend/ProgressBar.h"
+#include "frontend/SavePlace.h"
 #include "frontend/ShownText.h"
 #include "frontend/TabView.h"
 #include "frontend/TalvekRepairPSD_AppDelegate.h"
@@ -14,11 +16,8 @@
 #include <QPushButton>
 #include <QTableView>
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <optional>
 #include <utility>
 
@@ -26,16 +25,8 @@
 
 namespace talvek {
 
-/// What came of copying.
-struct TalvekRepairPSD_AppDelegate::CopyResult
-{
-    bool wasCancelled = false;
-    QStringList incompleteFiles = {};
-};
-
 namespace {
 
-constexpr std::int64_t kCopyUnitBytes = 1024;
 constexpr int kMostNamesShown = 8;
 
 std::string encoded(const QString& path)
@@ -43,40 +34,20 @@ std::string encoded(const QString& path)
     return QFile::encodeName(path).toStdString();
 }
 
-/// Until all files are whole they have names of their own, so that a save that is cancelled takes
-/// nothing away that was there before.
-std::string partPath(const std::string& folder, const std::string& source)
+QStringList namesOf(const CopyResult& result)
 {
-    return appendingPathComponent(folder, "." + lastPathComponent(source) + ".part");
-}
-
-std::string finalPath(const std::string& folder, const std::string& source)
-{
-    return appendingPathComponent(folder, lastPathComponent(source));
-}
-
-/// The path with its links resolved; what does not exist yet, at its end, is kept as it is.
-QString resolvedPath(const QString& path)
-{
-    const QFileInfo info(path);
-    QString whole = info.canonicalFilePath();
-    if (!whole.isEmpty()) {
-        return whole;
+    QStringList names;
+    for (const std::string& name : result.incompleteFiles) {
+        names << QFile::decodeName(name.c_str());
     }
-    const QString parent = QFileInfo(info.absolutePath()).canonicalFilePath();
-    return parent + QLatin1Char('/') + info.fileName();
-}
-
-bool isOrLiesIn(const QString& path, const QString& folder)
-{
-    return path == folder || path.startsWith(folder + QLatin1Char('/'));
+    return names;
 }
 
 } // namespace
 
 std::int64_t TalvekRepairPSD_AppDelegate::chunksOf(std::int64_t bytes)
 {
-    return (bytes >> 10) + ((bytes & (kCopyUnitBytes - 1)) != 0 ? 1 : 0);
+    return FileCopier::chunksOf(bytes);
 }
 
 void TalvekRepairPSD_AppDelegate::saveFile(QObject* /*sender*/)
@@ -102,7 +73,9 @@ void TalvekRepairPSD_AppDelegate::savePanelEnded(const SaveDestination& destinat
 bool TalvekRepairPSD_AppDelegate::mayUseFolder(const QString& folder)
 {
     // The temporary folder is deleted on the way home, and a save inside it with it.
-    const bool isDoomed = isOrLiesIn(resolvedPath(folder), resolvedPath(m_repairedFilesPath));
+    // So is the deep recovery's folder, when the next one begins.
+    const bool isDoomed =
+        isOrLiesIn(folder, m_repairedFilesPath) || isOrLiesIn(folder, m_deep->workingFolder());
     if (isDoomed || !m_files.isWritableAtPath(deletingLastPathComponent(encoded(folder)))) {
         runDiskNotWritable();
         return false;
@@ -167,10 +140,9 @@ void TalvekRepairPSD_AppDelegate::saveFileAtPath_fromFileArray(
     beginSaving(folder, static_cast<int>(records.size()));
     const bool folderIsNew = std::exchange(m_folderIsNew, false);
     savingQueue.start([this, path = encoded(folder), records, folderIsNew] {
-        CopyResult result = copyFiles(path, records, folderIsNew);
+        const CopyResult result = copyFiles(path, records, folderIsNew);
         QMetaObject::invokeMethod(
-            this, [this, result = std::move(result)] { savingEnded(result); },
-            Qt::QueuedConnection);
+            this, [this, result] { savingEnded(result); }, Qt::QueuedConnection);
     });
 }
 
@@ -185,108 +157,31 @@ void TalvekRepairPSD_AppDelegate::beginSaving(const QString& folder, int files)
 }
 
 /// Works on the thread that copies, like all that it calls.
-TalvekRepairPSD_AppDelegate::CopyResult
-TalvekRepairPSD_AppDelegate::copyFiles(const std::string& folder,
-                                       const std::vector<FileRecord>& records, bool folderIsNew)
+CopyResult TalvekRepairPSD_AppDelegate::copyFiles(const std::string& folder,
+                                                  const std::vector<FileRecord>& records,
+                                                  bool folderIsNew)
 {
-    CopyResult result;
-    std::int32_t counter = 0;
+    std::vector<FileCopy> copies;
+    copies.reserve(records.size());
     for (const FileRecord& record : records) {
-        if (m_savingAbort) {
-            break;
-        }
-        const bool isWhole =
-            saveFileAtPath_fromPath(partPath(folder, record.filePath), record.filePath);
-        if (!isWhole) {
-            result.incompleteFiles << QFile::decodeName(lastPathComponent(record.filePath).c_str());
-        }
-        ++counter;
-        QMetaObject::invokeMethod(
-            this, [this, counter] { showFilesSaved(counter); }, Qt::QueuedConnection);
+        copies.push_back(
+            {record.filePath, appendingPathComponent(folder, lastPathComponent(record.filePath))});
     }
-    // Decided here once: from now on it is too late to cancel.
-    result.wasCancelled = m_savingAbort;
-    if (result.wasCancelled) {
-        discardCopies(folder, records, folderIsNew);
-    } else {
-        nameCopies(folder, records, result);
-    }
-    return result;
+    return FileCopier(m_system, m_savingAbort)
+        .copyAll(copies, folderIsNew ? folder : std::string(),
+                 [this, shown = 0](const CopyProgress& done) mutable {
+                     if (std::exchange(shown, done.files) != done.files) {
+                         QMetaObject::invokeMethod(
+                             this, [this, files = done.files] { showFilesSaved(files); },
+                             Qt::QueuedConnection);
+                     }
+                 });
 }
 
 bool TalvekRepairPSD_AppDelegate::saveFileAtPath_fromPath(const std::string& destination,
                                                           const std::string& source)
 {
-    if (!m_files.createFile(destination, {})) {
-        return false;
-    }
-    WritingFileHandle output = m_files.openForWriting(destination);
-    ReadingFileHandle input = m_files.openForReading(source);
-    const std::int64_t size = m_files.fileSizeAtPath(source);
-    const bool isRead = input.isOpen() && copyChunks(input, size, output);
-    const bool isWritten = output.isOpen() && output.close();
-    return isRead && isWritten && m_files.fileSizeAtPath(destination) == size;
-}
-
-/// A chunk that cannot be read is left out; the rest goes on. One that is short because the file
-/// has come to end earlier than it did is no error: what there is of it is copied.
-bool TalvekRepairPSD_AppDelegate::copyChunks(ReadingFileHandle& input, std::int64_t size,
-                                             WritingFileHandle& output) const
-{
-    std::array<std::uint8_t, kCopyUnitBytes> buffer = {};
-    bool isWhole = true;
-    for (std::int64_t chunk = 0; chunk < chunksOf(size); ++chunk) {
-        if (m_savingAbort) {
-            return false;
-        }
-        const std::int64_t offset = chunk * kCopyUnitBytes;
-        const auto wanted = static_cast<std::size_t>(std::min(kCopyUnitBytes, size - offset));
-        const auto bytes = std::span(buffer).first(wanted);
-        const std::size_t count = input.read(offset, bytes);
-        isWhole = isWhole && count == wanted;
-        const bool endsHere = offset + static_cast<std::int64_t>(count) >= input.size();
-        if (count == wanted || endsHere) {
-            output.append(bytes.first(count));
-        }
-    }
-    return isWhole;
-}
-
-/// Gives the copies their names. One that is not whole never takes the place of a file that is
-/// there; where there is none, it is better than nothing.
-void TalvekRepairPSD_AppDelegate::nameCopies(const std::string& folder,
-                                             const std::vector<FileRecord>& records,
-                                             CopyResult& result)
-{
-    for (const FileRecord& record : records) {
-        const std::string part = partPath(folder, record.filePath);
-        const std::string named = finalPath(folder, record.filePath);
-        const QString name = QFile::decodeName(lastPathComponent(record.filePath).c_str());
-        const bool isWhole = !result.incompleteFiles.contains(name);
-        if (!isWhole && m_files.existsAtPath(named)) {
-            m_files.removeItem(part);
-            continue;
-        }
-        std::error_code error;
-        std::filesystem::rename(part, named, error);
-        if (error && isWhole) {
-            m_files.removeItem(part);
-            result.incompleteFiles << name;
-        }
-    }
-}
-
-void TalvekRepairPSD_AppDelegate::discardCopies(const std::string& folder,
-                                                const std::vector<FileRecord>& records,
-                                                bool folderIsNew)
-{
-    if (folderIsNew) {
-        m_files.removeItem(folder);
-        return;
-    }
-    for (const FileRecord& record : records) {
-        m_files.removeItem(partPath(folder, record.filePath));
-    }
+    return FileCopier(m_system, m_savingAbort).copyFile({source, destination});
 }
 
 void TalvekRepairPSD_AppDelegate::showFilesSaved(int files)
@@ -306,7 +201,7 @@ void TalvekRepairPSD_AppDelegate::savingEnded(const CopyResult& result)
     savingNotificationLabel->setText(QStringLiteral("Save Completed"));
     cancelSave->setEnabled(false);
     alert.messageText = QStringLiteral("Saving Process completed.");
-    m_desktop.beginAlertSheet(m_window.get(), alert, [this, names = result.incompleteFiles] {
+    m_desktop.beginAlertSheet(m_window.get(), alert, [this, names = namesOf(result)] {
         if (names.isEmpty()) {
             homeScreen(this);
         } else {

@@ -1,3 +1,4 @@
+#include "frontend/DeepRecoveryController.h"
 #include "frontend/MainWindow.h"
 #include "frontend/PropertyList.h"
 #include "frontend/PublishedList.h"
@@ -28,11 +29,12 @@ void TalvekRepairPSD_AppDelegate::help(QObject* /*sender*/)
 
 void TalvekRepairPSD_AppDelegate::askForHome(QObject* sender)
 {
-    if (isBusy()) {
+    if (isBusy() || !m_deep->mayLeave()) {
         return;
     }
-    const bool hasUnsaved =
-        isOnScreen(QStringLiteral("2")) && numberOfRowsInTableView(tableView) > 0;
+    const bool isOnResults =
+        isOnScreen(QStringLiteral("2")) || m_deep->returnScreen() == QLatin1String("2");
+    const bool hasUnsaved = isOnResults && numberOfRowsInTableView(tableView) > 0;
     const AlertPanel question{tr("Leave without saving?"),
                               tr("The salvaged files have not been saved. They are deleted when "
                                  "you go home."),
@@ -49,6 +51,7 @@ void TalvekRepairPSD_AppDelegate::askForHome(QObject* sender)
 void TalvekRepairPSD_AppDelegate::homeScreen(QObject* /*sender*/)
 {
     abandonRun();
+    m_deep->leave();
     m_repairWhenDrained = false;
     removeRepairedFiles();
     setupInitialVariableState();

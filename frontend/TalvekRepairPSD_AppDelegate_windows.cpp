@@ -1,3 +1,4 @@
+#include "frontend/DeepRecoveryController.h"
 #include "frontend/HoverButton.h"
 #include "frontend/MainWindow.h"
 #include "frontend/PreviewView.h"
@@ -111,6 +112,7 @@ void TalvekRepairPSD_AppDelegate::loadLayout()
         // Flush with the labels above: the field keeps two pixels to itself.
         field->setTextMargins(-kFieldMargin, 0, 0, 0);
     }
+    loadDeepScreens();
     showImages();
     connectControls();
     connectShortcuts();
@@ -166,6 +168,8 @@ void TalvekRepairPSD_AppDelegate::connectControls()
     Ui::MainWindow& ui = m_window->ui();
     wire(ui.chooseButton, &TalvekRepairPSD_AppDelegate::selectCorruptFile);
     wire(ui.repairButton, &TalvekRepairPSD_AppDelegate::repairFile);
+    wire(ui.deepButton, &TalvekRepairPSD_AppDelegate::deepRecoverFile);
+    wire(ui.resultsDeepButton, &TalvekRepairPSD_AppDelegate::deepRecoverFile);
     wire(ui.abortButton, &TalvekRepairPSD_AppDelegate::abortRepair);
     wire(ui.previewButton, &TalvekRepairPSD_AppDelegate::previewImage);
     wire(ui.saveButton, &TalvekRepairPSD_AppDelegate::saveFile);
@@ -192,26 +196,39 @@ void TalvekRepairPSD_AppDelegate::addShortcut(const QKeySequence& keys, QWidget*
     });
 }
 
-void TalvekRepairPSD_AppDelegate::connectShortcuts()
+/// Presses the one of the buttons that can be seen. Screens share keys: two shortcuts of the same
+/// keys would cancel each other.
+void TalvekRepairPSD_AppDelegate::addClicks(const QKeySequence& keys,
+                                            const QStringList& buttonNames)
 {
-    Ui::MainWindow& ui = m_window->ui();
-    const auto clicks = [this](const QKeySequence& keys, QPushButton* button) {
-        addShortcut(keys, button, [button] { button->click(); });
-    };
-    clicks(QKeySequence::Open, ui.chooseButton);
-    clicks(QKeySequence(Qt::CTRL | Qt::Key_R), ui.repairButton);
-    clicks(QKeySequence::Save, ui.saveButton);
-    clicks(QKeySequence::HelpContents, ui.helpButton);
-    clicks(QKeySequence(Qt::CTRL | Qt::Key_U), ui.updateButton);
-    clicks(QKeySequence(Qt::CTRL | Qt::Key_Home), ui.homeButton);
-    addShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), m_window.get(), [this] { m_window->close(); });
-    addShortcut(QKeySequence::Close, m_window.get(), [this] { m_window->close(); });
-    addShortcut(QKeySequence(Qt::Key_Escape), m_window.get(), [&ui] {
-        QPushButton* button = ui.cancelSave->isVisible() ? ui.cancelSave : ui.abortButton;
-        if (button->isVisible()) {
-            button->click();
+    addShortcut(keys, m_window.get(), [this, buttonNames] {
+        for (const QString& name : buttonNames) {
+            auto* button = m_window->findChild<QPushButton*>(name);
+            if (button != nullptr && button->isVisible() && button->isEnabled()) {
+                button->click();
+                return;
+            }
         }
     });
+}
+
+void TalvekRepairPSD_AppDelegate::connectShortcuts()
+{
+    addClicks(QKeySequence::Open, {"chooseButton"});
+    addClicks(QKeySequence(Qt::CTRL | Qt::Key_R), {"repairButton"});
+    addClicks(QKeySequence(Qt::CTRL | Qt::Key_D), {"deepButton", "resultsDeepButton"});
+    addClicks(QKeySequence::Save, {"saveButton", "saveLayeredButton"});
+    addClicks(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S), {"saveEverythingButton"});
+    addClicks(QKeySequence(Qt::CTRL | Qt::Key_E), {"savePicturesButton"});
+    addClicks(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_R), {"openReportButton"});
+    addClicks(QKeySequence(Qt::ALT | Qt::Key_Left), {"deepBackButton"});
+    addClicks(QKeySequence::HelpContents, {"helpButton"});
+    addClicks(QKeySequence(Qt::CTRL | Qt::Key_U), {"updateButton"});
+    addClicks(QKeySequence(Qt::CTRL | Qt::Key_Home), {"homeButton"});
+    addClicks(QKeySequence(Qt::Key_Escape),
+              {"cancelSave", "abortButton", "deepAbortButton", "deepCancelSaveButton"});
+    addShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), m_window.get(), [this] { m_window->close(); });
+    addShortcut(QKeySequence::Close, m_window.get(), [this] { m_window->close(); });
 }
 
 /// Keys that mean something else where another control has the focus.
@@ -234,6 +251,8 @@ void TalvekRepairPSD_AppDelegate::updateControls()
 {
     Ui::MainWindow& ui = m_window->ui();
     ui.homeButton->setEnabled(!isBusy());
+    ui.deepButton->setEnabled(!m_repairWhenDrained && !isBusy());
+    ui.resultsDeepButton->setEnabled(!isBusy() && !m_corruptFilePath.isNull());
     ui.repairButton->setEnabled(!m_repairWhenDrained);
     ui.chooseButton->setEnabled(!m_repairWhenDrained);
     ui.waitingLabel->setText(m_repairWhenDrained ? tr("Waiting for the stopped repair to end…")

@@ -38,6 +38,9 @@ bool DeepRecovery::recoverFileAtPath_andSaveAtPath(const std::string& path,
     Examination examination(source, m_control, [this](const std::string& status, double share) {
         post(status, kExamined * share);
     });
+    examination.setListener([](const Findings& findings) {
+        NotificationCenter::defaultCenter().post(kFoundNotification, asUserInfo(findings));
+    });
     m_document = examination.run(path);
     if (m_amend && !m_control.stop()) {
         m_amend(m_document, m_control);

@@ -15,12 +15,14 @@ namespace talvek::recovery {
 ///
 /// One object serves one run at a time. A run works wholly on the caller's thread and posts
 /// `kNotification` on the default notification centre with "status" (words) and "progress" (a
-/// percentage). The document is opened read-only. Nothing throws, nothing is printed; any bytes
-/// whatever lead to a defined end, in memory that does not grow with the document.
+/// percentage), and `kFoundNotification` with what has been found so far (see `Findings`). The
+/// document is opened read-only. Nothing throws, nothing is printed; any bytes whatever lead to a
+/// defined end, in memory that does not grow with the document.
 class DeepRecovery
 {
 public:
     static constexpr const char* kNotification = "deep";
+    static constexpr const char* kFoundNotification = "deep.found";
 
     /// @param files  the file system to work on; outlives the object
     explicit DeepRecovery(FileManager& files = FileManager::defaultManager());
@@ -44,6 +46,8 @@ public:
     /// From any thread, during a run.
     void setPauseRepair(bool pause) { m_control.setPause(pause); }
     void setStopflag(bool stop) { m_control.setStop(stop); }
+    /// Both flags, for what is to pause and stop together with this.
+    [[nodiscard]] const RunControl& control() const { return m_control; }
 
 private:
     void post(const std::string& status, double share);

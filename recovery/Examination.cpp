@@ -30,10 +30,13 @@ RecoveredDocument Examination::run(const std::string& path)
         return std::move(m_document);
     }
     findRecords();
+    tell();
     findHeader();
+    tell();
     findResources();
     alignPlanes();
     buildLayers();
+    tell();
     findBlocks();
     if (!m_hasHeader) {
         rebuildHeader();
@@ -42,8 +45,10 @@ RecoveredDocument Examination::run(const std::string& path)
     if (m_hasHeader && m_document.composite.state >= State::Partial) {
         correctHeader();
     }
+    tell();
     carvePlanes();
     doubtPlanes();
+    tell();
     limitLostRows(m_document, m_source.size());
     balanceGroups(m_document.layers);
     completeChannels(m_document.layers, m_document.facts, colorsOf(m_document.facts.mode));
@@ -51,6 +56,15 @@ RecoveredDocument Examination::run(const std::string& path)
     noteMissing(m_document);
     m_document.regions = mapRegions(m_document, m_source);
     return std::move(m_document);
+}
+
+void Examination::tell()
+{
+    Findings findings = m_listener ? findingsOf(m_document, m_found.records) : Findings{};
+    if (findings != m_told) {
+        m_told = std::move(findings);
+        m_listener(m_told);
+    }
 }
 
 void Examination::indexSignatures()

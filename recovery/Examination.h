@@ -3,6 +3,7 @@
 #include "recovery/BlindComposite.h"
 #include "recovery/CompositeFinder.h"
 #include "recovery/DocumentBlocks.h"
+#include "recovery/Findings.h"
 #include "recovery/HeaderFinder.h"
 #include "recovery/PlaneAligner.h"
 #include "recovery/PlaneCheck.h"
@@ -34,10 +35,17 @@ public:
 
     Examination(SourceBytes& source, const RunControl& control, Progress progress);
 
+    /// Called at the steps of a run, on its thread, when they have found something new.
+    void setListener(std::function<void(const Findings&)> listener)
+    {
+        m_listener = std::move(listener);
+    }
+
     /// @param path  noted as the document's source; not opened
     RecoveredDocument run(const std::string& path);
 
 private:
+    void tell();
     void indexSignatures();
     void findRecords();
     void findHeader();
@@ -62,6 +70,8 @@ private:
     SourceBytes& m_source;
     const RunControl& m_control;
     Progress m_progress;
+    std::function<void(const Findings&)> m_listener;
+    Findings m_told;
     RecoveredDocument m_document;
     SignatureIndex m_index;
     std::vector<ByteRange> m_embedded;

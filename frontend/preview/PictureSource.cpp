@@ -1,5 +1,6 @@
 #include "frontend/preview/PictureSource.h"
 
+#include "frontend/preview/PngPicture.h"
 #include "frontend/preview/PsdPreview.h"
 #include "frontend/preview/ReaderPicture.h"
 
@@ -10,7 +11,13 @@ std::unique_ptr<PictureSource> PictureSource::open(const QString& path, const Ca
     if (auto document = PsdPreview::open(path, canceled)) {
         return document;
     }
-    return canceled ? nullptr : ReaderPicture::open(path);
+    if (canceled) {
+        return nullptr;
+    }
+    if (auto picture = PngPicture::open(path)) {
+        return picture;
+    }
+    return ReaderPicture::open(path);
 }
 
 } // namespace talvek

@@ -46,7 +46,6 @@ private:
     void readRawRow(std::size_t slot, std::int64_t offset, RowPicker& picker);
     void readPackedRow(std::size_t slot, const PackedRow& packed, RowPicker& picker);
 
-    class Reduction;
     bool reduce(const Sampling& columns, const Sampling& rows, QImage& image,
                 const CancelFlag& canceled);
     [[nodiscard]] std::vector<PackedRow> locateRows(const Sampling& rows,
