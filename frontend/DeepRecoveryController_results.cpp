@@ -172,9 +172,8 @@ void DeepRecoveryController::showSelected()
         ui.layerPreview->setLostRows(item->lostRows, DeepResultsModel::stateSentence(*item));
     }
     if (item != nullptr) {
-        QPalette palette = ui.layerStateLabel->palette();
-        palette.setColor(QPalette::WindowText, StateMark::color(item->state, isDark()));
-        ui.layerStateLabel->setPalette(palette);
+        ui.layerStateLabel->setStyleSheet(QStringLiteral("color: %1").arg(
+            StateMark::color(item->state, isDark()).name()));
         ui.layerStateLabel->setToolTip(item->note);
     }
     updateControls();

@@ -3,7 +3,9 @@
 #include "frontend/StateMark.h"
 #include "frontend/Thumbnails.h"
 
+#include <QIcon>
 #include <QLocale>
+#include <QPixmap>
 
 #include <utility>
 
@@ -27,6 +29,15 @@ QString kindWord(const DeepItem& item)
         break;
     }
     return DeepResultsModel::tr("layer");
+}
+
+/// An icon that a selection does not tint.
+QIcon asItIs(const QImage& image)
+{
+    const QPixmap pixmap = QPixmap::fromImage(image);
+    QIcon icon(pixmap);
+    icon.addPixmap(pixmap, QIcon::Selected);
+    return icon;
 }
 
 QString number(qint64 value)
@@ -221,7 +232,7 @@ QVariant DeepResultsModel::decoration(const DeepItem& item, int place, int colum
         return StateMark::icon(item.state, m_isDark);
     }
     const QImage image = m_thumbnails.find(place, item.picture, item.lostRows);
-    return image.isNull() ? m_thumbnails.blank(item.kind == Kind::Group) : image;
+    return asItIs(image.isNull() ? m_thumbnails.blank(item.kind == Kind::Group) : image);
 }
 
 QVariant DeepResultsModel::data(const QModelIndex& index, int role) const

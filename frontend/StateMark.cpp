@@ -106,7 +106,10 @@ QIcon icon(State state, bool isDark)
 {
     QIcon result;
     for (const int scale : {1, 2, 3}) {
-        result.addPixmap(painted(state, isDark, scale));
+        const QPixmap pixmap = painted(state, isDark, scale);
+        result.addPixmap(pixmap);
+        // A selection does not tint it.
+        result.addPixmap(pixmap, QIcon::Selected);
     }
     return result;
 }
