@@ -64,9 +64,11 @@ TEST_F(DeepTree, TheHighestLayerComesFirstBelowTheWholePicture)
 
 TEST_F(DeepTree, GroupsHoldTheirLayersAndAreOpen)
 {
+    const std::vector<std::int16_t> usual{-1, 0, 1, 2};
     PsdBuilder builder;
-    builder.size(40, 30).layer("ground").beginGroup().layer("tree");
-    builder.beginGroup().layer("leaf").endGroup("leaves").endGroup("wood").layer("top");
+    builder.size(40, 30).layer("ground").beginGroup().channels(usual).layer("tree");
+    builder.beginGroup().channels(usual).layer("leaf").endGroup("leaves").channels(usual);
+    builder.endGroup("wood").channels(usual).layer("top");
     ASSERT_TRUE(launchAndRecover(builder.build()));
     EXPECT_EQ(lines(),
               QStringList({"Whole picture: Whole", "top: Whole", "wood: Whole", ".leaves: Whole",

@@ -118,6 +118,27 @@ TEST(PreviewLimits, MemoryIsThatOfThePictureOnTheScreen)
     RecordProperty("peakBytes", static_cast<int>(peak));
 }
 
+TEST(PreviewLimits, APngTakesThePicturesMemoryWhateverItsOwnSize)
+{
+    const TestFolder folder;
+    const QString path = folder.path("large.png");
+    {
+        QImage white(16000, 8000, QImage::Format_Mono); // 512 MB as it is shown
+        white.fill(1);
+        white.setColorTable({qRgb(0, 0, 0), qRgb(255, 255, 255)});
+        ASSERT_TRUE(white.save(path));
+    }
+    const CancelFlag never(false);
+    const long peak = peakBytesOf([&] {
+        const auto source = PictureSource::open(path, never);
+        ASSERT_NE(source, nullptr);
+        const QImage shown = source->decode(QRect(0, 0, 16000, 8000), QSize(800, 400), never);
+        EXPECT_EQ(shown.size(), QSize(800, 400));
+        EXPECT_EQ(shown.pixel(799, 399), qRgb(255, 255, 255));
+    });
+    EXPECT_LT(peak, 12 * kMebibyte); // a picture of 1.3 MB, a few rows, the window
+}
+
 TEST(PreviewLimits, CanceledDecodingEndsPromptly)
 {
     const TestFolder folder;
