@@ -3,6 +3,7 @@
 #include "frontend/DeepResultsModel.h"
 #include "frontend/ProgressBar.h"
 #include "frontend/SavePlace.h"
+#include "frontend/ShownText.h"
 #include "frontend/TabView.h"
 #include "frontend/Thumbnails.h"
 #include "ui_AbortRepairWindow.h"
@@ -56,6 +57,7 @@ DeepRecoveryController::DeepRecoveryController(Host host)
     connectControls();
     m_ticker.setInterval(kMillisecondsASecond);
     connect(&m_ticker, &QTimer::timeout, this, [this] { showTime(); });
+    m_host.window->installEventFilter(this);
 }
 
 DeepRecoveryController::~DeepRecoveryController() = default;
@@ -159,10 +161,10 @@ void DeepRecoveryController::start(const QString& path)
 {
     m_runView->deepSourceField->setText(tr("Source Path: %1").arg(path));
     m_runView->deepSourceField->setCursorPosition(0);
-    m_runView->deepSourceField->setToolTip(path);
+    m_runView->deepSourceField->setToolTip(shownInToolTip(path));
     m_isStopping = false;
-    m_time.start();
-    m_ticker.start();
+    m_millisecondsRun = 0;
+    startClock();
     showProgress(QString(), 0);
     showFindings({});
     m_run = std::make_unique<DeepRun>(m_host.system, QFile::encodeName(path).toStdString(),
@@ -201,12 +203,26 @@ void DeepRecoveryController::showProgress(const QString& status, double percent)
 
 void DeepRecoveryController::showTime()
 {
-    const qint64 seconds = m_time.isValid() ? m_time.elapsed() / kMillisecondsASecond : 0;
+    const qint64 running = m_time.isValid() ? m_time.elapsed() : 0;
+    const qint64 seconds = (m_millisecondsRun + running) / kMillisecondsASecond;
     const QString time = QStringLiteral("%1:%2")
                              .arg(seconds / kSecondsAMinute)
                              .arg(seconds % kSecondsAMinute, 2, 10, QLatin1Char('0'));
     m_runView->deepPercentLabel->setText(
         tr("%1 %, %2").arg(QLocale().toString(m_percent, 'f', 0), time));
+}
+
+void DeepRecoveryController::startClock()
+{
+    m_time.start();
+    m_ticker.start();
+}
+
+void DeepRecoveryController::stopClock()
+{
+    m_ticker.stop();
+    m_millisecondsRun += m_time.isValid() ? m_time.elapsed() : 0;
+    m_time.invalidate();
 }
 
 void DeepRecoveryController::showFindings(const recovery::Findings& findings)
@@ -226,7 +242,7 @@ void DeepRecoveryController::showFindings(const recovery::Findings& findings)
                                               : QString::fromStdString(findings.composite));
     QStringList names;
     for (const std::string& name : findings.names) {
-        names << (name.empty() ? tr("(no name)") : QString::fromStdString(name));
+        names << (name.empty() ? tr("(no name)") : shownName(QString::fromStdString(name)));
     }
     if (names != m_foundNames.stringList()) {
         m_foundNames.setStringList(names);
@@ -239,6 +255,7 @@ void DeepRecoveryController::abort()
         return;
     }
     m_run->setPause(true);
+    stopClock();
     m_stopWindow->show();
     m_stopWindow->raise();
     m_stopWindow->activateWindow();
@@ -259,8 +276,9 @@ void DeepRecoveryController::abortConfirmed()
 void DeepRecoveryController::abortWithdrawn()
 {
     m_stopWindow->hide();
-    if (m_run) {
+    if (m_run && !m_isStopping) {
         m_run->setPause(false);
+        startClock();
     }
 }
 
@@ -268,7 +286,7 @@ void DeepRecoveryController::runEnded(const DeepEnding& ending)
 {
     // A run that is over cannot be stopped any more.
     m_stopWindow->hide();
-    m_ticker.stop();
+    stopClock();
     m_run.reset();
     if (ending.kind == DeepEnding::Kind::Finished && !m_isStopping) {
         showResults(ending.results);

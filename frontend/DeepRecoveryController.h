@@ -86,6 +86,10 @@ public:
     [[nodiscard]] QDialog* stopWindow() const { return m_stopWindow.get(); }
     [[nodiscard]] const DeepResults* results() const { return m_results.get(); }
 
+protected:
+    /// Follows the window when it turns light or dark.
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     // Windows, and what their controls do.
     void loadStopWindow();
@@ -102,6 +106,8 @@ private:
     void showProgress(const QString& status, double percent);
     void showFindings(const recovery::Findings& findings);
     void showTime();
+    void startClock();
+    void stopClock();
     void runEnded(const DeepEnding& ending);
     void returnFromRun();
     void runAlert(const QString& title, const QString& message);
@@ -110,6 +116,7 @@ private:
     void showResults(std::shared_ptr<const DeepResults> results);
     void showNothing();
     void showSelected();
+    void showStateColor();
     [[nodiscard]] QString summary() const;
     void showSaving();
     void resultsSaved(DeepSaver::What what);
@@ -129,7 +136,8 @@ private:
     bool m_isStopping = false;
     bool m_isSavedWhole = false; ///< everything: nothing would be lost with the folder
     double m_percent = 0;
-    QElapsedTimer m_time;
+    qint64 m_millisecondsRun = 0;   ///< until the clock was stopped last
+    QElapsedTimer m_time;           ///< since it was started, and only while it runs
     QTimer m_ticker;                ///< once a second while a recovery runs
     std::unique_ptr<DeepRun> m_run; ///< until its thread has ended and was heard to the end
 };

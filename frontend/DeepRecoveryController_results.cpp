@@ -2,12 +2,14 @@
 #include "frontend/DeepResultsModel.h"
 #include "frontend/PreviewView.h"
 #include "frontend/ProgressBar.h"
+#include "frontend/ShownText.h"
 #include "frontend/StateMark.h"
 #include "frontend/Thumbnails.h"
 #include "ui_DeepResultsView.h"
 #include "ui_DeepRunView.h"
 
 #include <QDialog>
+#include <QEvent>
 #include <QFileInfo>
 #include <QHeaderView>
 #include <QLocale>
@@ -140,7 +142,7 @@ void DeepRecoveryController::showResults(std::shared_ptr<const DeepResults> resu
 QString DeepRecoveryController::summary() const
 {
     const QLocale locale;
-    const QString document = QFileInfo(m_results->document).fileName();
+    const QString document = shownName(QFileInfo(m_results->document).fileName());
     if (m_results->hasNothing) {
         return document;
     }
@@ -171,12 +173,29 @@ void DeepRecoveryController::showSelected()
         ui.layerPreview->showFile(item->picture, DeepResultsModel::titleOf(*item));
         ui.layerPreview->setLostRows(item->lostRows, DeepResultsModel::stateSentence(*item));
     }
-    if (item != nullptr) {
-        ui.layerStateLabel->setStyleSheet(QStringLiteral("color: %1").arg(
-            StateMark::color(item->state, isDark()).name()));
-        ui.layerStateLabel->setToolTip(item->note);
-    }
+    ui.layerStateLabel->setToolTip(item != nullptr ? shownInToolTip(item->note) : QString());
+    showStateColor();
     updateControls();
+}
+
+void DeepRecoveryController::showStateColor()
+{
+    const DeepItem* item = m_model->itemAt(m_resultsView->layerTree->currentIndex());
+    m_resultsView->layerStateLabel->setStyleSheet(
+        item == nullptr
+            ? QString()
+            : QStringLiteral("color: %1").arg(StateMark::color(item->state, isDark()).name()));
+}
+
+bool DeepRecoveryController::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::PaletteChange && watched == m_host.window) {
+        m_thumbnails->setLook(QSize(kThumbnailWidth, kThumbnailHeight),
+                              m_host.window->devicePixelRatioF(), isDark());
+        m_model->setDark(isDark());
+        showStateColor();
+    }
+    return QObject::eventFilter(watched, event);
 }
 
 void DeepRecoveryController::showSaving()

@@ -1,5 +1,6 @@
 #include "frontend/DeepResultsModel.h"
 
+#include "frontend/ShownText.h"
 #include "frontend/StateMark.h"
 #include "frontend/Thumbnails.h"
 
@@ -108,6 +109,14 @@ void DeepResultsModel::setResults(std::shared_ptr<const DeepResults> results, bo
     endResetModel();
 }
 
+void DeepResultsModel::setDark(bool isDark)
+{
+    m_isDark = isDark;
+    if (m_results) {
+        emit dataChanged(index(0, kNameColumn), index(rowCount() - 1, kStateColumn));
+    }
+}
+
 const DeepItem* DeepResultsModel::itemAt(const QModelIndex& index) const
 {
     return index.isValid() && index.model() == this && m_results
@@ -174,7 +183,7 @@ QString DeepResultsModel::titleOf(const DeepItem& item)
     if (item.kind == Kind::Mask) {
         return tr("Mask");
     }
-    return item.name.isEmpty() ? tr("(no name)") : item.name;
+    return item.name.isEmpty() ? tr("(no name)") : shownName(item.name);
 }
 
 QString DeepResultsModel::stateSentence(const DeepItem& item)
@@ -250,7 +259,8 @@ QVariant DeepResultsModel::data(const QModelIndex& index, int role) const
         return index.column() == kStateColumn ? QVariant(StateMark::color(item->state, m_isDark))
                                               : QVariant();
     case Qt::ToolTipRole:
-        return index.column() == kNameColumn ? titleOf(*item) : stateSentence(*item);
+        return shownInToolTip(index.column() == kNameColumn ? titleOf(*item)
+                                                            : stateSentence(*item));
     case Qt::AccessibleTextRole:
         return accessibleText(*item, index.column());
     default:

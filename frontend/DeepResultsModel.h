@@ -28,6 +28,8 @@ public:
 
     /// Shows other results, or none.
     void setResults(std::shared_ptr<const DeepResults> results, bool isDark);
+    /// The colours of states and thumbnails are made anew for another ground.
+    void setDark(bool isDark);
     /// Null for an index that is not of this model.
     [[nodiscard]] const DeepItem* itemAt(const QModelIndex& index) const;
     /// Groups, the outermost first.

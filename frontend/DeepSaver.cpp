@@ -1,6 +1,7 @@
 #include "frontend/DeepSaver.h"
 
 #include "frontend/SavePlace.h"
+#include "frontend/ShownText.h"
 #include "platform/PathString.h"
 
 #include <QDir>
@@ -44,7 +45,7 @@ QString shownNames(const CopyResult& result)
                                        kMostNamesShown);
             break;
         }
-        names << QFile::decodeName(name.c_str());
+        names << shownName(QFile::decodeName(name.c_str()));
     }
     return names.join(QLatin1Char('\n'));
 }
@@ -155,7 +156,7 @@ bool DeepSaver::mayReplace(const QString& path, bool isFile)
         return true;
     }
     const AlertPanel question{
-        tr("\"%1\" already exists").arg(there.fileName()),
+        tr("\"%1\" already exists").arg(shownName(there.fileName())),
         isFile ? tr("It is replaced by the layered document.")
                : tr("The recovered files are put into it. Files of the same names in it are "
                     "replaced."),
@@ -238,7 +239,7 @@ void DeepSaver::ended(const CopyResult& result, What what, const QString& path)
     m_isSaving = false;
     m_cancel = false;
     AlertSheet alert{QStringLiteral("Saving Process completed."), QStringLiteral("Ok"),
-                     QStringLiteral("info_64"), QDir::toNativeSeparators(path)};
+                     QStringLiteral("info_64"), shownName(QDir::toNativeSeparators(path))};
     if (result.wasCancelled) {
         alert.messageText = QStringLiteral("Saving process aborted.");
         alert.informativeText = {};

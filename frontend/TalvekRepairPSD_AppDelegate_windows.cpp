@@ -104,6 +104,7 @@ void TalvekRepairPSD_AppDelegate::loadLayout()
                                  this);
     tableView->setModel(m_results);
     setUpColumns(tableView);
+    loadDeepScreens();
     showPlainTexts(m_window.get());
     for (QLineEdit* field : {filePathTextField, sourcePathTextField, saveDestinationPath}) {
         showPath(field);
@@ -112,7 +113,6 @@ void TalvekRepairPSD_AppDelegate::loadLayout()
         // Flush with the labels above: the field keeps two pixels to itself.
         field->setTextMargins(-kFieldMargin, 0, 0, 0);
     }
-    loadDeepScreens();
     showImages();
     connectControls();
     connectShortcuts();

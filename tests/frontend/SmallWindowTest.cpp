@@ -3,6 +3,7 @@
 #include "frontend/SavePanelDialog.h"
 #include "frontend/TabView.h"
 #include "tests/frontend/Journey.h"
+#include "tests/support/PsdBuilder.h"
 
 #include <QAbstractItemView>
 #include <QLabel>
@@ -145,6 +146,29 @@ TEST_F(SmallWindow, ShowsTheSavingScreenWhole)
     app->saveDestinationPath->setText(QString("/folder").repeated(40));
     app->savingNotificationLabel->setText("Saving in progress..");
     expectScreenFits("3");
+}
+
+TEST_F(SmallWindow, ShowsTheDeepRecoveryWhole)
+{
+    launchSmall();
+    expectScreenFits("4");
+    Document poster = PsdBuilder{}.size(40, 30).layer("sky").layer("a much longer name").build();
+    poster.zeroFill(poster.records[0].channels[0].data, 20);
+    const QByteArray bytes(reinterpret_cast<const char*>(poster.bytes.data()),
+                           static_cast<qsizetype>(poster.bytes.size()));
+    choose(write("the poster for the winter season.psd", bytes));
+    click("deepButton");
+    ASSERT_TRUE(waitFor([this] { return screen() == "5"; }));
+    expectScreenFits("5");
+}
+
+TEST_F(SmallWindow, ShowsThatNothingIsLeftWhole)
+{
+    launchSmall();
+    choose(write("empty.psd", {}));
+    click("deepButton");
+    ASSERT_TRUE(waitFor([this] { return screen() == "5"; }));
+    expectScreenFits("5");
 }
 
 TEST_F(SmallWindow, HasDialogsThatShowEverythingWhole)
