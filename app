@@ -5,8 +5,9 @@ cd "$(dirname "$0")"
 . scripts/packages.sh
 
 need_packages "the application" \
-    "g++ cmake make pkg-config qt6-base-dev qt6-qpa-plugins libgl-dev libplist-dev" \
-    "cmake pkg-config qt libplist"
+    "g++ cmake make pkg-config qt6-base-dev qt6-qpa-plugins libgl-dev libplist-dev
+     libpng-dev zlib1g-dev liblcms2-dev nlohmann-json3-dev" \
+    "cmake pkg-config qt libplist libpng zlib little-cms2 nlohmann-json"
 
 jobs=$(getconf _NPROCESSORS_ONLN)
 mkdir -p build
