@@ -181,6 +181,7 @@ private:
     void connectShortcuts();
     void connectKeysOfViews();
     void loadDeepScreens();
+    void showDeepScreen(const QString& identifier);
     void addShortcut(const QKeySequence& keys, QWidget* control, std::function<void()> action);
     void addClicks(const QKeySequence& keys, const QStringList& buttonNames);
     void showImages();

@@ -4,6 +4,8 @@
 #include "frontend/TalvekRepairPSD_AppDelegate.h"
 #include "ui_MainWindow.h"
 
+#include <QTableView>
+
 // The way to the deep recovery and back; its screens have a controller of their own.
 
 namespace talvek {
@@ -12,8 +14,19 @@ void TalvekRepairPSD_AppDelegate::loadDeepScreens()
 {
     m_deep = std::make_unique<DeepRecoveryController>(DeepRecoveryController::Host{
         m_desktop, m_system, m_window.get(), tabView,
-        [this](const QString& identifier) { showScreen(identifier); }, [this] { updateControls(); },
-        [this] { return m_repairedFilesPath; }});
+        [this](const QString& identifier) { showDeepScreen(identifier); },
+        [this] { updateControls(); }, [this] { return m_repairedFilesPath; }});
+}
+
+/// One of its own, or the one that it returns to: there the keyboard goes where it came from.
+void TalvekRepairPSD_AppDelegate::showDeepScreen(const QString& identifier)
+{
+    showScreen(identifier);
+    if (identifier == QLatin1String("0")) {
+        m_window->ui().deepButton->setFocus();
+    } else if (identifier == QLatin1String("2")) {
+        tableView->setFocus();
+    }
 }
 
 void TalvekRepairPSD_AppDelegate::deepRecoverFile(QObject* /*sender*/)

@@ -11,6 +11,7 @@
 #include <QTableView>
 #include <QtTest>
 
+#include <atomic>
 #include <sys/stat.h>
 
 namespace talvek::test {
@@ -120,9 +121,14 @@ TEST_F(DeepRuns, WhatIsFoundAppearsWhileItRuns)
 {
     launch();
     auto& center = NotificationCenter::defaultCenter();
-    // The run stands still at its next read once it has told of layers.
-    const int token = center.addObserver(recovery::DeepRecovery::kFoundNotification,
-                                         [this](const UserInfo&) { system.holdReads = true; });
+    // Once, so that what it finds later does not hold it up again.
+    std::atomic<bool> hasTold{false};
+    const int token =
+        center.addObserver(recovery::DeepRecovery::kFoundNotification, [&](const UserInfo&) {
+            if (!hasTold.exchange(true)) {
+                system.holdReads = true;
+            }
+        });
     choose(writeDamaged("poster.psd", threeLayers().build()));
     click("deepButton");
     auto* layers = find<QLabel>("layersValueLabel");
