@@ -4,8 +4,10 @@
 #include "frontend/ProgressBar.h"
 #include "frontend/SavePlace.h"
 #include "frontend/ShownText.h"
+#include "frontend/StateMark.h"
 #include "frontend/TabView.h"
 #include "frontend/Thumbnails.h"
+#include "recovery/output/Verdict.h"
 #include "ui_AbortRepairWindow.h"
 #include "ui_DeepResultsView.h"
 #include "ui_DeepRunView.h"
@@ -27,6 +29,18 @@ namespace {
 constexpr int kMillisecondsASecond = 1000;
 constexpr int kSecondsAMinute = 60;
 constexpr int kFieldMargin = 2;
+
+/// The state that the recovery calls `word`, as the results screen calls it.
+QString pictureWord(const std::string& word)
+{
+    using recovery::State;
+    for (const State state : {State::Whole, State::Unproved, State::Partial, State::Lost}) {
+        if (word == recovery::output::wordFor(state)) {
+            return StateMark::word(state);
+        }
+    }
+    return QStringLiteral("–");
+}
 
 QString number(std::uint64_t value)
 {
@@ -237,9 +251,7 @@ void DeepRecoveryController::showFindings(const recovery::Findings& findings)
     m_runView->canvasValueLabel->setText(
         findings.width == 0 ? QStringLiteral("–")
                             : tr("%1 × %2").arg(number(findings.width), number(findings.height)));
-    m_runView->pictureValueLabel->setText(findings.composite.empty()
-                                              ? QStringLiteral("–")
-                                              : QString::fromStdString(findings.composite));
+    m_runView->pictureValueLabel->setText(pictureWord(findings.composite));
     QStringList names;
     for (const std::string& name : findings.names) {
         names << (name.empty() ? tr("(no name)") : shownName(QString::fromStdString(name)));

@@ -3,6 +3,7 @@
 #include "frontend/PreviewView.h"
 #include "tests/frontend/DeepJourney.h"
 
+#include <QApplication>
 #include <QHeaderView>
 #include <QLabel>
 #include <QTreeView>
@@ -220,6 +221,20 @@ TEST_F(DeepTree, StatesDifferInShapeAndNotInColourAlone)
             .convertToFormat(QImage::Format_Alpha8);
     };
     EXPECT_NE(shape("sky"), shape("sand"));
+}
+
+TEST_F(DeepTree, ColoursFollowTheWindowWhenItTurnsDark)
+{
+    ASSERT_TRUE(launchAndRecover(withLostRows()));
+    const auto lightness = [this] {
+        return line("sky").siblingAtColumn(1).data(Qt::ForegroundRole).value<QColor>().lightness();
+    };
+    EXPECT_LT(lightness(), 128);
+    const QPalette light = QApplication::palette();
+    QApplication::setPalette(QPalette(QColor(0x25, 0x28, 0x2e), QColor(0x1c, 0x1e, 0x22)));
+    EXPECT_TRUE(waitFor([&] { return lightness() > 128; }));
+    QApplication::setPalette(light);
+    EXPECT_TRUE(waitFor([&] { return lightness() < 128; }));
 }
 
 TEST_F(DeepTree, TheReportIsOpenedInTheBrowser)

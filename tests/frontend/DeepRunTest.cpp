@@ -139,7 +139,7 @@ TEST_F(DeepRuns, WhatIsFoundAppearsWhileItRuns)
     center.removeObserver(token);
     system.holdReads = false;
     EXPECT_TRUE(waitFor([this] { return screen() == "5"; }));
-    EXPECT_EQ(find<QLabel>("pictureValueLabel")->text(), "whole");
+    EXPECT_EQ(find<QLabel>("pictureValueLabel")->text(), "Whole");
 }
 
 TEST_F(DeepRuns, ClosingHomeAndOtherDocumentsAreRefusedWhileItRuns)

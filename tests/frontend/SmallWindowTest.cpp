@@ -151,7 +151,6 @@ TEST_F(SmallWindow, ShowsTheSavingScreenWhole)
 TEST_F(SmallWindow, ShowsTheDeepRecoveryWhole)
 {
     launchSmall();
-    expectScreenFits("4");
     Document poster = PsdBuilder{}.size(40, 30).layer("sky").layer("a much longer name").build();
     poster.zeroFill(poster.records[0].channels[0].data, 20);
     const QByteArray bytes(reinterpret_cast<const char*>(poster.bytes.data()),
@@ -160,6 +159,7 @@ TEST_F(SmallWindow, ShowsTheDeepRecoveryWhole)
     click("deepButton");
     ASSERT_TRUE(waitFor([this] { return screen() == "5"; }));
     expectScreenFits("5");
+    expectScreenFits("4");
 }
 
 TEST_F(SmallWindow, ShowsThatNothingIsLeftWhole)
