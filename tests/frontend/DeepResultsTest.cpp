@@ -229,11 +229,15 @@ TEST_F(DeepTree, ColoursFollowTheWindowWhenItTurnsDark)
     const auto lightness = [this] {
         return line("sky").siblingAtColumn(1).data(Qt::ForegroundRole).value<QColor>().lightness();
     };
+    const auto turn = [this](const char* appearance) {
+        qputenv("TALVEK_APPEARANCE", appearance);
+        QEvent event(QEvent::ThemeChange);
+        QCoreApplication::sendEvent(app->window(), &event);
+    };
     EXPECT_LT(lightness(), 128);
-    const QPalette light = QApplication::palette();
-    QApplication::setPalette(QPalette(QColor(0x25, 0x28, 0x2e), QColor(0x1c, 0x1e, 0x22)));
+    turn("dark");
     EXPECT_TRUE(waitFor([&] { return lightness() > 128; }));
-    QApplication::setPalette(light);
+    turn("light");
     EXPECT_TRUE(waitFor([&] { return lightness() < 128; }));
 }
 
