@@ -1,5 +1,6 @@
 #include "recovery/DeepRecovery.h"
 
+#include "recovery/Findings.h"
 #include "tests/recovery/Damaged.h"
 
 #include <gtest/gtest.h>
@@ -71,6 +72,22 @@ TEST(DeepRecovery, AStopEndsTheRunBeforeItIsDone)
     recovery.setStopflag(true);
     EXPECT_FALSE(
         recovery.recoverFileAtPath_andSaveAtPath(source.path(), source.folder().pathOf("out")));
+}
+
+TEST(DeepRecovery, WhatIsFoundIsToldWhileItIsFound)
+{
+    auto& center = NotificationCenter::defaultCenter();
+    std::vector<Findings> told;
+    const int token =
+        center.addObserver(DeepRecovery::kFoundNotification,
+                           [&](const UserInfo& info) { told.push_back(findingsFrom(info)); });
+    reportOf(threeLayers().build().bytes);
+    center.removeObserver(token);
+    ASSERT_GE(told.size(), 3U);
+    EXPECT_EQ(told.front().layers, 3U);
+    EXPECT_EQ(told.front().width, 0U);
+    const Findings expected{40, 30, 3, 0, 1, 0, "whole", {"sand", "sea", "sky"}};
+    EXPECT_EQ(told.back(), expected);
 }
 
 TEST(DeepRecovery, ProgressNeverGoesBack)
