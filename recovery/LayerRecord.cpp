@@ -318,10 +318,13 @@ void dropUnsoundNames(SourceBytes& source, Layer& layer)
 std::optional<LayerRecord> readRecordHead(SourceBytes& source, std::int64_t signature, bool isLarge)
 {
     const std::int64_t entryBytes = isLarge ? 10 : 6;
-    for (std::int64_t count = 0; count <= kMostChannels; ++count) {
+    for (std::int64_t tried = 1; tried <= kMostChannels + 1; ++tried) {
+        // Channels without bytes end in zeros, which a list of no channels would do as well: that
+        // one comes last.
+        const std::int64_t count = tried % (kMostChannels + 1);
         const std::int64_t list = signature - count * entryBytes;
         if (list < 18) {
-            break;
+            continue;
         }
         if (source.u16(list - 2) != count) {
             continue;

@@ -101,4 +101,18 @@ TEST(RecordFinder, ARecordThatTheFileEndsInKeepsAWholeBlendMode)
     }
 }
 
+TEST(RecordFinder, ChannelsWithoutBytesAreChannels)
+{
+    Document document = threeLayers().build();
+    const auto& record = document.records[1];
+    for (const auto& channel : record.channels) {
+        document.overwrite(channel.entry + 2, Bytes(4));
+    }
+    document.overwrite(record.start, Bytes(16));
+    const auto records = recordsIn(document);
+    ASSERT_EQ(records.size(), 3U);
+    EXPECT_EQ(records[1].entries.size(), 4U);
+    EXPECT_TRUE(records[1].layer.bounds.isEmpty());
+}
+
 } // namespace talvek::test
