@@ -64,6 +64,7 @@ void HeaderRebuilder::run(DocumentFacts& facts)
 {
     m_depth = m_evidence.depth > 0                          ? m_evidence.depth
               : m_evidence.colorData.length == kToningBytes ? 32
+              : modeOfMetadata() == ColorMode::Bitmap       ? 1
                                                             : 8;
     proposeFromSlices();
     proposeFromLayers();
@@ -93,6 +94,10 @@ void HeaderRebuilder::run(DocumentFacts& facts)
         static_cast<std::int32_t>(stored > 0 ? stored : std::max(1, colors()) + extraChannels());
     facts.depth = m_depth;
     facts.mode = mode(facts.channels);
+    // One bit a sample is black and white, and nothing else is.
+    if ((facts.mode == ColorMode::Bitmap) != (facts.depth == 1)) {
+        facts.mode = facts.depth == 1 ? ColorMode::Bitmap : ColorMode::Grayscale;
+    }
     if (stored == 0 && colors() == 0) {
         facts.channels = std::max(1, colorsOf(facts.mode)) + extraChannels();
     }
