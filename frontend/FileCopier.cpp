@@ -109,8 +109,7 @@ bool FileCopier::copyChunks(ReadingFileHandle& input, std::int64_t size, Writing
         const auto bytes = std::span(buffer).first(wanted);
         const std::size_t count = input.read(offset, bytes);
         isWhole = isWhole && count == wanted;
-        const bool endsHere = offset + static_cast<std::int64_t>(count) >= input.size();
-        if (count == wanted || endsHere) {
+        if (count == wanted || offset + static_cast<std::int64_t>(count) >= input.size()) {
             output.append(bytes.first(count));
         }
         m_done.bytes += static_cast<std::int64_t>(wanted);
