@@ -58,7 +58,7 @@ bool isName(Bytes bytes)
 bool isDivider(Bytes bytes)
 {
     return bytes.size() >= 4 && bigEndian(bytes, 4) <= 3 &&
-           (bytes.size() < 12 || bigEndian(bytes.subspan(4), 4) == k8BIM) &&
+           (bytes.size() < 12 || bigEndian(bytes.subspan(4), 4) == kBlockSignature) &&
            (bytes.size() != 16 || bigEndian(bytes.subspan(12), 4) <= 1);
 }
 
@@ -141,7 +141,7 @@ bool isSheetData(Bytes bytes)
     const std::uint64_t count = bigEndian(bytes, 4);
     std::size_t at = 4;
     for (std::uint64_t i = 0; i < count; ++i) {
-        if (bytes.size() - at < 16 || bigEndian(bytes.subspan(at), 4) != k8BIM ||
+        if (bytes.size() - at < 16 || bigEndian(bytes.subspan(at), 4) != kBlockSignature ||
             bytes[at + 8] > 1) {
             return false;
         }

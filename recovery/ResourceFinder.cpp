@@ -16,7 +16,8 @@ constexpr std::int64_t kThumbnailHead = 28;
 /// Signatures that blocks in this section carry beside the usual one.
 bool isResourceSignature(std::uint32_t signature)
 {
-    constexpr std::array kSignatures = {k8BIM, key("MeSa"), key("AgHg"), key("PHUT"), key("DCSR")};
+    constexpr std::array kSignatures = {kBlockSignature, key("MeSa"), key("AgHg"), key("PHUT"),
+                                        key("DCSR")};
     return std::find(kSignatures.begin(), kSignatures.end(), signature) != kSignatures.end();
 }
 

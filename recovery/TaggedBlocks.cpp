@@ -63,7 +63,7 @@ bool isWideKey(std::uint32_t blockKey)
 bool isBlockSignature(SourceBytes& source, std::int64_t offset)
 {
     const std::uint32_t signature = source.u32(offset);
-    return signature == k8BIM || signature == k8B64;
+    return signature == kBlockSignature || signature == kWideSignature;
 }
 
 std::optional<TaggedBlock> readTaggedBlock(SourceBytes& source, std::int64_t offset,
@@ -71,10 +71,11 @@ std::optional<TaggedBlock> readTaggedBlock(SourceBytes& source, std::int64_t off
 {
     limit = std::min(limit, source.size());
     const std::uint32_t signature = source.u32(offset);
-    if ((signature != k8BIM && signature != k8B64) || limit - offset < 12) {
+    if ((signature != kBlockSignature && signature != kWideSignature) || limit - offset < 12) {
         return std::nullopt;
     }
-    const bool wide = largeDocument && (signature == k8B64 || isWideKey(source.u32(offset + 4)));
+    const bool wide =
+        largeDocument && (signature == kWideSignature || isWideKey(source.u32(offset + 4)));
     const auto expected = blockOfWidth(source, offset, limit, wide, unit);
     if (!largeDocument || leadsOn(source, expected, limit)) {
         return expected;

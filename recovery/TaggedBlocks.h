@@ -16,8 +16,8 @@ consteval std::uint32_t key(const char (&letters)[5])
            static_cast<std::uint32_t>(letters[2]) << 8U | static_cast<std::uint32_t>(letters[3]);
 }
 
-constexpr std::uint32_t k8BIM = key("8BIM");
-constexpr std::uint32_t k8B64 = key("8B64");
+constexpr std::uint32_t kBlockSignature = key("8BIM");
+constexpr std::uint32_t kWideSignature = key("8B64");
 
 /// The key's length field takes eight bytes in a large document even when it is signed "8BIM".
 bool isWideKey(std::uint32_t blockKey);
