@@ -67,7 +67,7 @@ private:
     bool place(PlaneSlot& slot, std::int64_t offset, bool proved);
     void followChain(std::int64_t base);
     void scan();
-    std::vector<Ballot> ballots() const;
+    [[nodiscard]] std::vector<Ballot> ballots() const;
     void elect();
     [[nodiscard]] bool isOnlyOne(const PlaneSlot& slot) const;
     void acceptBallot(const Ballot& ballot, bool unrivalled);
