@@ -142,7 +142,7 @@ void DeepRecoveryController::showResults(std::shared_ptr<const DeepResults> resu
 QString DeepRecoveryController::summary() const
 {
     const QLocale locale;
-    const QString document = shownName(QFileInfo(m_results->document).fileName());
+    QString document = shownName(QFileInfo(m_results->document).fileName());
     if (m_results->hasNothing) {
         return document;
     }

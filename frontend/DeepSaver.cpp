@@ -89,7 +89,7 @@ SavePanel DeepSaver::panelFor(What what, const DeepResults& results)
             tr("Save everything in a new folder"), tr("Name of the new folder")};
 }
 
-void DeepSaver::save(What what, std::shared_ptr<const DeepResults> results,
+void DeepSaver::save(What what, const std::shared_ptr<const DeepResults>& results,
                      const QStringList& ownFolders)
 {
     if (m_isSaving || !results) {

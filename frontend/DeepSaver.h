@@ -39,7 +39,8 @@ public:
 
     /// Asks where to, and saves there. Not while it saves already.
     /// @param ownFolders  the program's, in which nothing may be saved
-    void save(What what, std::shared_ptr<const DeepResults> results, const QStringList& ownFolders);
+    void save(What what, const std::shared_ptr<const DeepResults>& results,
+              const QStringList& ownFolders);
     void cancel();
     [[nodiscard]] bool isSaving() const { return m_isSaving; }
     [[nodiscard]] bool isCancelling() const { return m_isSaving && m_cancel; }

@@ -75,7 +75,8 @@ void FileCopier::makeFolderOf(const std::string& destination)
          at = deletingLastPathComponent(at)) {
         missing.push_back(at);
     }
-    m_madeFolders.insert(m_madeFolders.end(), missing.rbegin(), missing.rend());
+    // So that in the end those that lie within others come before them.
+    m_madeFolders.insert(m_madeFolders.begin(), missing.begin(), missing.end());
     if (!missing.empty()) {
         m_files.createFolders(folder, FileManager::kSharedFolder);
     }
@@ -147,10 +148,10 @@ void FileCopier::discard(const std::vector<FileCopy>& files, const std::string& 
     for (const FileCopy& file : files) {
         m_files.removeItem(partPath(file.destination));
     }
-    // The innermost first, and none that somebody has put something into meanwhile.
-    for (auto folder = m_madeFolders.rbegin(); folder != m_madeFolders.rend(); ++folder) {
+    // None that somebody has put something into meanwhile.
+    for (const std::string& folder : m_madeFolders) {
         std::error_code ignored;
-        std::filesystem::remove(*folder, ignored);
+        std::filesystem::remove(folder, ignored);
     }
 }
 

@@ -73,7 +73,7 @@ private:
     const std::atomic<bool>& m_cancel;
     Progress m_progress;
     CopyProgress m_done;
-    std::vector<std::string> m_madeFolders; ///< the outermost first
+    std::vector<std::string> m_madeFolders; ///< the innermost first
 };
 
 } // namespace talvek
