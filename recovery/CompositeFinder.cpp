@@ -26,8 +26,9 @@ CompositeFinder::CompositeFinder(SourceBytes& source, const DocumentFacts& facts
 {}
 
 Composite CompositeFinder::run(std::int64_t stated, const std::vector<std::int64_t>& candidates,
-                               std::int64_t scanFrom)
+                               std::int64_t scanFrom, std::int64_t partFrom)
 {
+    m_partFrom = partFrom;
     if (m_shape.isEmpty()) {
         return {};
     }
@@ -61,7 +62,7 @@ Composite CompositeFinder::bestOf(const std::vector<std::int64_t>& candidates)
         for (const std::int64_t offset : candidates) {
             const bool enough = best.rowsRecovered * 10 >= m_shape.rows * 9 ||
                                 (code == 0 && best.rowsRecovered > 0);
-            if (enough || m_source.u16(offset) != code) {
+            if (offset < m_partFrom || enough || m_source.u16(offset) != code) {
                 continue;
             }
             Composite composite = salvaged(offset);
@@ -100,7 +101,7 @@ std::vector<std::int64_t> CompositeFinder::scan(std::int64_t from)
             if (packed >= 0 && at + kCodeBytes + packed == to) {
                 return {at};
             }
-            if (damaged.size() < kMostDamaged && rowsBeginAt(at)) {
+            if (at >= m_partFrom && damaged.size() < kMostDamaged && rowsBeginAt(at)) {
                 damaged.push_back(at);
             }
         }

@@ -22,8 +22,11 @@ public:
     /// @param stated      where the sections' own lengths say that it begins; -1 unknown
     /// @param candidates  where it may begin, the likeliest first
     /// @param scanFrom    behind everything that is known to be something else
+    /// @param partFrom    where a picture that lacks rows begins at the earliest: rows of layers
+    /// look
+    ///                    like its own, and only the end of the file tells one from the other
     Composite run(std::int64_t stated, const std::vector<std::int64_t>& candidates,
-                  std::int64_t scanFrom);
+                  std::int64_t scanFrom, std::int64_t partFrom);
 
 private:
     [[nodiscard]] bool isWholeAt(std::int64_t offset);
@@ -42,6 +45,7 @@ private:
     const RunControl& m_control;
     PlaneShape m_shape;
     int m_entryBytes;
+    std::int64_t m_partFrom = 0;
     PlaneCheck m_check;
 };
 

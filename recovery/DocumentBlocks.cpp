@@ -10,6 +10,19 @@ constexpr std::int64_t kMostGlobalMask = 1 << 16;
 constexpr std::size_t kMostBlocks = 1U << 16U;
 constexpr std::int64_t kMostPadding = 3;
 
+/// The length that the block at `offset` states leads out of the file.
+bool isCutAt(SourceBytes& source, std::int64_t offset, bool largeDocument)
+{
+    if (!isBlockSignature(source, offset)) {
+        return false;
+    }
+    const bool wide =
+        source.u32(offset) == k8B64 || (largeDocument && isWideKey(source.u32(offset + 4)));
+    const std::int64_t data = offset + (wide ? 16 : 12);
+    const std::uint64_t length = wide ? source.u64(offset + 8) : source.u32(offset + 8);
+    return data > source.size() || length > static_cast<std::uint64_t>(source.size() - data);
+}
+
 void walk(SourceBytes& source, std::int64_t at, std::int64_t limit, bool largeDocument,
           DocumentBlocks& result)
 {
@@ -22,6 +35,7 @@ void walk(SourceBytes& source, std::int64_t at, std::int64_t limit, bool largeDo
                                ? readTaggedBlock(source, next, limit, largeDocument, 4)
                                : std::nullopt;
         if (!block) {
+            result.isCut = isCutAt(source, next, largeDocument);
             break;
         }
         result.blocks.push_back(*block);

@@ -14,6 +14,7 @@ struct DocumentBlocks
     ByteRange globalMask; ///< without its length field
     std::vector<TaggedBlock> blocks;
     std::int64_t end = -1; ///< behind the last block, where the composite begins; -1 unknown
+    bool isCut = false;    ///< a block begins there, and goes on behind the end of the file
 };
 
 /// Reads from behind the planes on: padding, the global mask's length and the tagged blocks.

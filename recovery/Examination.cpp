@@ -5,6 +5,7 @@
 #include "recovery/Flattening.h"
 #include "recovery/HeaderRebuilder.h"
 #include "recovery/LayerBuilder.h"
+#include "recovery/LayerCount.h"
 #include "recovery/OutputBudget.h"
 #include "recovery/PlaneCarver.h"
 #include "recovery/RegionMap.h"
@@ -48,6 +49,7 @@ RecoveredDocument Examination::run(const std::string& path)
     tell();
     carvePlanes();
     doubtPlanes();
+    countLayers();
     tell();
     limitLostRows(m_document, m_source.size());
     balanceGroups(m_document.layers);
@@ -186,6 +188,27 @@ void Examination::findBlocks()
         }
     }
     m_blocksEnd = chosen.end;
+    m_isCut = behind.isCut;
+}
+
+/// Behind the planes and blocks that are still to come by what the records and blocks say. What
+/// stands before is theirs, however much its rows look like those of the picture.
+std::int64_t Examination::earliestPicture() const
+{
+    const std::int64_t planesEnd = behindPlanes();
+    if (planesEnd < 0) {
+        return 0;
+    }
+    const std::int64_t size = m_source.size();
+    std::int64_t end = m_isCut ? size : planesEnd;
+    const auto& slots = m_aligner->slots();
+    for (auto slot = slots.rbegin(); slot != slots.rend() && end < size; ++slot) {
+        if (slot->isPlaced || slot->headOffset >= 0) {
+            break;
+        }
+        end += std::clamp<std::int64_t>(slot->length, 0, size);
+    }
+    return m_sections.layersEnd >= planesEnd ? std::min(end, m_sections.layersEnd) : end;
 }
 
 std::optional<BlindComposite> Examination::blindComposite()
@@ -278,8 +301,8 @@ void Examination::findComposite()
     }
     std::erase_if(candidates, [this](std::int64_t at) { return m_source.u16(at) > 3; });
     CompositeFinder finder(m_source, m_document.facts, m_control);
-    m_document.composite =
-        finder.run(m_sections.layersEnd, candidates, std::max(from, m_blocksEnd));
+    m_document.composite = finder.run(m_sections.layersEnd, candidates, std::max(from, m_blocksEnd),
+                                      earliestPicture());
 }
 
 /// Everything that has a meaning already, by offset.
@@ -362,6 +385,33 @@ void Examination::doubtPlanes()
     doubtPlaces(m_document, faults);
     if (hasChangedBytes(m_source, m_document, faults)) {
         doubtAll(m_document);
+    }
+}
+
+void Examination::countLayers()
+{
+    CountEvidence evidence{m_found.records,
+                           m_aligner->slots(),
+                           m_sections,
+                           m_document.facts.version == 2,
+                           m_resources->end(),
+                           -1,
+                           false,
+                           m_document.statedLayers};
+    for (const Layer& layer : m_document.layers) {
+        for (const Channel& channel : layer.channels) {
+            const std::int64_t at = channel.plane.bytes.offset;
+            const bool isEarlier = evidence.firstStray < 0 || at < evidence.firstStray;
+            evidence.firstStray = !layer.hasRecord && isEarlier ? at : evidence.firstStray;
+        }
+    }
+    evidence.pictureFollows = m_document.composite.bytes.length > 0 &&
+                              m_document.composite.bytes.offset == m_sections.layersEnd;
+    const LayerCount count = recovery::countLayers(m_source, m_index, evidence);
+    m_document.statedLayers = count.records;
+    if (count.isComplete) {
+        std::erase_if(m_document.layers, [](const Layer& layer) { return !layer.hasRecord; });
+        m_document.planesWithoutRecord = 0;
     }
 }
 

@@ -58,10 +58,12 @@ private:
     void correctHeader();
     void carvePlanes();
     void doubtPlanes();
+    void countLayers();
     void decideFlattening();
 
     [[nodiscard]] int entryBytes() const { return m_document.facts.version == 2 ? 4 : 2; }
     [[nodiscard]] std::int64_t behindPlanes() const;
+    [[nodiscard]] std::int64_t earliestPicture() const;
     [[nodiscard]] std::optional<BlindComposite> blindComposite();
     [[nodiscard]] std::vector<std::int64_t> endsOfLastBlocks();
     [[nodiscard]] std::vector<ByteRange> claimedRanges() const;
@@ -81,6 +83,7 @@ private:
     std::optional<ResourceFinder> m_resources;
     std::unique_ptr<PlaneAligner> m_aligner;
     std::int64_t m_blocksEnd = -1; ///< behind the document's blocks; -1 unknown
+    bool m_isCut = false;          ///< the file ends inside one of them
 };
 
 } // namespace talvek::recovery

@@ -115,7 +115,7 @@ void noteMissing(RecoveredDocument& document)
     std::int64_t found = 0;
     std::int64_t brackets = 0;
     for (const Layer& layer : document.layers) {
-        found += layer.hasRecord ? 1 : 0;
+        found += layer.hasRecord && !layer.inferred ? 1 : 0;
         brackets += layer.inferred ? 1 : 0;
         document.recordsWithoutPlanes += layer.hasRecord && layer.state == State::Lost ? 1 : 0;
     }
@@ -124,8 +124,9 @@ void noteMissing(RecoveredDocument& document)
         missing.emplace_back("The header is lost; it was worked out from the rest.");
     }
     if (document.statedLayers && *document.statedLayers > found) {
-        missing.push_back(counted(*document.statedLayers - found, "layer", "layers") + " of " +
-                          std::to_string(*document.statedLayers) +
+        missing.push_back("Of " + std::to_string(*document.statedLayers) +
+                          " layers and ends of groups " +
+                          std::to_string(*document.statedLayers - found) +
                           " left no record that could be found.");
     }
     if (document.recordsWithoutPlanes > 0) {

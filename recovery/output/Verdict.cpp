@@ -11,11 +11,6 @@ bool hasComposite(const RecoveredDocument& document)
     return document.composite.state != State::Lost;
 }
 
-std::string counted(std::int64_t count, const char* one, const char* many)
-{
-    return std::to_string(count) + " " + (count == 1 ? one : many);
-}
-
 std::string completeLayers(const LayerTally& count)
 {
     std::string text = count.layers == 1
@@ -61,7 +56,11 @@ std::string layerClause(const LayerTally& count)
         text = damagedLayers(count);
     }
     if (count.gone > 0) {
-        text += "; " + counted(count.gone, "more is", "more are") + " gone without a trace";
+        // Groups leave as little behind as layers do, and each is two of what is counted.
+        text += count.gone == 1
+                    ? "; 1 more layer or group is"
+                    : "; up to " + std::to_string(count.gone) + " more layers or groups are";
+        text += " gone without a trace";
     }
     return text;
 }

@@ -15,7 +15,8 @@ struct LayerTally
     std::int64_t unproved = 0;
     std::int64_t partial = 0;
     std::int64_t lost = 0;
-    std::int64_t gone = 0; ///< stated by the document, and no trace of them found
+    std::int64_t gone = 0; ///< stated by the document, and no trace of them found; at most
+                           ///< so many layers, as dividers of groups are among them
 };
 
 LayerTally tally(const RecoveredDocument& document);

@@ -63,9 +63,12 @@ TEST(Verdict, LayersWithoutATraceAreMissed)
 {
     auto document = withLayers({State::Whole});
     document.statedLayers = 3;
-    EXPECT_EQ(verdict(document), "The one layer is back; 2 more are gone without a trace, and the "
-                                 "merged picture is whole.");
+    EXPECT_EQ(verdict(document), "The one layer is back; up to 2 more layers or groups are gone "
+                                 "without a trace, and the merged picture is whole.");
     EXPECT_EQ(outcome(document), Outcome::Damaged);
+    document.statedLayers = 2;
+    EXPECT_EQ(verdict(document), "The one layer is back; 1 more layer or group is gone without a "
+                                 "trace, and the merged picture is whole.");
 }
 
 TEST(Verdict, GroupBracketsAreNoLayers)

@@ -1,0 +1,130 @@
+#include "recovery/output/Verdict.h"
+#include "tests/recovery/Damaged.h"
+
+#include <gtest/gtest.h>
+
+namespace talvek::test {
+
+using recovery::output::Outcome;
+using recovery::output::outcome;
+using recovery::output::tally;
+using recovery::output::verdict;
+
+namespace {
+
+constexpr std::uint16_t kGroupIds = 0x0402;
+
+/// Zeros over a layer's record and all of its pixels.
+void wipe(Document& document, std::size_t index)
+{
+    const Document::Record& record = document.records[index];
+    document.zeroFill(record.start, record.end - record.start);
+    for (const Document::Channel& channel : record.channels) {
+        document.zeroFill(channel.data, channel.length);
+    }
+}
+
+void setCount(Document& document, std::uint8_t count)
+{
+    document.overwrite(document.layerCount, {0, count});
+}
+
+std::int64_t gone(const Document& document)
+{
+    return tally(Found(document).document()).gone;
+}
+
+} // namespace
+
+TEST(LayerCount, ALayerThatVanishedEntirelyIsMissed)
+{
+    for (std::size_t index = 0; index < 3; ++index) {
+        Document document = threeLayers().build();
+        wipe(document, index);
+        const Found found(document);
+        EXPECT_EQ(tally(found.document()).gone, 1) << index;
+        EXPECT_EQ(outcome(found.document()), Outcome::Damaged) << index;
+        EXPECT_NE(verdict(found.document()).find("; 1 more layer or group is gone without a trace"),
+                  std::string::npos)
+            << verdict(found.document());
+    }
+}
+
+TEST(LayerCount, ALayerThatVanishedIsMissedInLayersOf16BitsAndInLargeDocuments)
+{
+    for (std::size_t index = 0; index < 3; ++index) {
+        Document deep = threeLayers().depth(16).layersInBlock().build();
+        wipe(deep, index);
+        EXPECT_EQ(gone(deep), 1) << index;
+        Document large = threeLayers().version(2).build();
+        wipe(large, index);
+        EXPECT_EQ(gone(large), 1) << index;
+    }
+}
+
+TEST(LayerCount, ALayerThatVanishedIsMissedWithoutAHeader)
+{
+    Document document = threeLayers().build();
+    wipe(document, 1);
+    document.zeroFill(0, 26);
+    EXPECT_EQ(gone(document), 1);
+}
+
+TEST(LayerCount, ANegativeCountCountsToo)
+{
+    Document document = threeLayers().channelCount(4).mergedAlpha().build();
+    wipe(document, 2);
+    EXPECT_EQ(gone(document), 1);
+}
+
+TEST(LayerCount, RecordsBehindTheFilesEndAreMissed)
+{
+    Document document = threeLayers().build();
+    document.cutAt(document.records[2].start);
+    EXPECT_EQ(gone(document), 1);
+}
+
+TEST(LayerCount, ADamagedCountMakesNothingMissing)
+{
+    for (const int count : {0, 2, 4, 5, 77, 255}) {
+        Document document = threeLayers().build();
+        setCount(document, static_cast<std::uint8_t>(count));
+        const Found found(document);
+        EXPECT_EQ(tally(found.document()).gone, 0) << count;
+        EXPECT_EQ(outcome(found.document()), Outcome::Complete) << count;
+    }
+}
+
+TEST(LayerCount, ACountWithoutRoomForItsRecordsIsNotBelieved)
+{
+    Document document = threeLayers().build();
+    wipe(document, 1);
+    setCount(document, 200);
+    EXPECT_LE(gone(document), 1);
+}
+
+TEST(LayerCount, LostPixelsAloneMakeNoLayerMissing)
+{
+    Document document = threeLayers().build();
+    const auto& channels = document.records[0].channels;
+    document.zeroFill(channels.front().data, channels.back().data - channels.front().data);
+    EXPECT_EQ(gone(document), 0);
+}
+
+TEST(LayerCount, ResourcesThatALayersRemoverLeftBehindAreNotBelieved)
+{
+    const Document document = threeLayers().resource(kGroupIds, Bytes(10, 0)).build();
+    const Found found(document);
+    EXPECT_EQ(tally(found.document()).gone, 0);
+    EXPECT_EQ(outcome(found.document()), Outcome::Complete);
+}
+
+TEST(LayerCount, ResourcesTellOfWhatIsMissingWhereTheCountIsLost)
+{
+    Document document = threeLayers().resource(kGroupIds, Bytes(6, 0)).build();
+    wipe(document, 0);
+    setCount(document, 0);
+    EXPECT_EQ(gone(document), 1);
+}
+
+} // namespace talvek::test
