@@ -89,8 +89,9 @@ private:
         const auto& records = m_evidence.records;
         if (records.empty()) {
             // Nothing but the section's own end shows that it is one.
-            return m_evidence.pictureFollows ? infoAt(m_evidence.sections.layersStart)
-                                             : LayerInfo{};
+            const LayerInfo info = infoAt(m_evidence.sections.layersStart);
+            const bool fits = info.end <= m_evidence.sections.layersEnd;
+            return m_evidence.pictureFollows && fits ? info : LayerInfo{};
         }
         const std::int64_t sectionBytes = m_evidence.isLarge ? 8 : 4;
         const std::int64_t behindResources =

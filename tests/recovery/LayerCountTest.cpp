@@ -119,6 +119,43 @@ TEST(LayerCount, ResourcesThatALayersRemoverLeftBehindAreNotBelieved)
     EXPECT_EQ(outcome(found.document()), Outcome::Complete);
 }
 
+TEST(LayerCount, AFlatDocumentLacksNoLayers)
+{
+    const Found found(PsdBuilder().size(200, 100).build());
+    EXPECT_EQ(tally(found.document()).gone, 0);
+    EXPECT_EQ(outcome(found.document()), Outcome::Complete);
+}
+
+TEST(LayerCount, RecordsThatVanishedAllAreMissed)
+{
+    Document document = threeLayers().build();
+    const auto& records = document.records;
+    document.zeroFill(records[0].start, records[2].end - records[0].start);
+    for (const Document::Channel& channel : records[2].channels) {
+        document.zeroFill(channel.data, channel.length);
+    }
+    const Found found(document);
+    EXPECT_GE(tally(found.document()).gone, 1) << verdict(found.document());
+    EXPECT_EQ(outcome(found.document()), Outcome::Damaged);
+}
+
+TEST(LayerCount, PlanesInBlocksAreNoLayersWhereNoneIsMissing)
+{
+    // Filters keep planes that look like those of layers.
+    const Document other = threeLayers().build();
+    const auto& channel = other.records[0].channels[0];
+    const auto begin = other.bytes.begin() + channel.data;
+    const Bytes plane(begin, begin + channel.length);
+    const auto damaged = [&plane](const Document& base) {
+        Document document = base;
+        document.lieLength(document.globalBlocks.at(0).lengthField, 0x7FFFFFFF);
+        return document;
+    };
+    const Found found(damaged(threeLayers().globalBlock("FXid", plane).build()));
+    EXPECT_EQ(found.names(), "sky,sea,sand");
+    EXPECT_EQ(outcome(found.document()), Outcome::Complete);
+}
+
 TEST(LayerCount, ResourcesTellOfWhatIsMissingWhereTheCountIsLost)
 {
     Document document = threeLayers().resource(kGroupIds, Bytes(6, 0)).build();
