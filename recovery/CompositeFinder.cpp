@@ -35,7 +35,8 @@ Composite CompositeFinder::run(std::int64_t stated, const std::vector<std::int64
     for (const std::int64_t offset : candidates) {
         // Raw samples prove nothing: unless the end of the file agrees, only the likeliest is raw.
         const bool canBeRaw =
-            offset == stated || offset + kCodeBytes + m_shape.bytes() == m_source.size();
+            offset >= partFrom &&
+            (offset == stated || offset + kCodeBytes + m_shape.bytes() == m_source.size());
         if ((canBeRaw || m_source.u16(offset) != 0) && isWholeAt(offset)) {
             return whole(offset);
         }
@@ -48,7 +49,8 @@ Composite CompositeFinder::run(std::int64_t stated, const std::vector<std::int64
         damaged.push_back(offset);
     }
     const std::int64_t rawStart = m_source.size() - kCodeBytes - m_shape.bytes();
-    if (rawStart >= scanFrom && m_source.u16(rawStart) == 0 && isWholeAt(rawStart)) {
+    if (rawStart >= std::max(scanFrom, partFrom) && m_source.u16(rawStart) == 0 &&
+        isWholeAt(rawStart)) {
         return whole(rawStart);
     }
     return bestOf(damaged);

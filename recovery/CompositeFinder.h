@@ -22,9 +22,8 @@ public:
     /// @param stated      where the sections' own lengths say that it begins; -1 unknown
     /// @param candidates  where it may begin, the likeliest first
     /// @param scanFrom    behind everything that is known to be something else
-    /// @param partFrom    where a picture that lacks rows begins at the earliest: rows of layers
-    /// look
-    ///                    like its own, and only the end of the file tells one from the other
+    /// @param partFrom    where a picture that does not prove itself, because it is raw or lacks
+    ///                    rows, begins at the earliest: rows of layers look like its own
     Composite run(std::int64_t stated, const std::vector<std::int64_t>& candidates,
                   std::int64_t scanFrom, std::int64_t partFrom);
 

@@ -208,6 +208,7 @@ std::int64_t Examination::earliestPicture() const
         }
         end += std::clamp<std::int64_t>(slot->length, 0, size);
     }
+    end = std::max(end, m_blocksEnd);
     return m_sections.layersEnd >= planesEnd ? std::min(end, m_sections.layersEnd) : end;
 }
 

@@ -1,6 +1,5 @@
 #include "recovery/output/Advice.h"
 
-#include "recovery/output/ByteMap.h"
 #include "recovery/output/Verdict.h"
 
 #include <algorithm>
@@ -18,16 +17,20 @@ void addDocumentParts(const RecoveredDocument& document, std::vector<std::string
     }
     const auto mode = document.facts.mode;
     const bool wantsProfile = mode == ColorMode::Cmyk || mode == ColorMode::Lab;
-    if (wantsProfile && document.profile.length == 0) {
+    if (wantsProfile && document.profile.length == 0 && outcome(document) != Outcome::Nothing) {
         pieces.emplace_back("No colour profile was found; the colours of the PNG files are close, "
                             "but not exact.");
     }
 }
 
+/// More zeros in a row than padding and empty fields make. Some programs fill files up with zeros,
+/// so that those of a complete document mean nothing.
 bool hasZeros(const RecoveredDocument& document)
 {
-    const auto bytes = bytesOfEachMeaning(document);
-    return bytes[static_cast<std::size_t>(Meaning::Zeros)] > 0;
+    constexpr std::int64_t kLeastSector = 512;
+    return std::any_of(document.regions.begin(), document.regions.end(), [](const Region& region) {
+        return region.meaning == Meaning::Zeros && region.bytes.length >= kLeastSector;
+    });
 }
 
 } // namespace
@@ -61,7 +64,7 @@ std::vector<std::string> nextSteps(const RecoveredDocument& document, bool hasRe
         steps.push_back("Other files of the same folder, or temporary files of the program that "
                         "saved this one, may still hold the document; try them too.");
     }
-    if (hasZeros(document) && !document.nothingLeft) {
+    if (result != Outcome::Complete && hasZeros(document) && !document.nothingLeft) {
         steps.push_back("Runs of zeros are typical of an interrupted save or synchronisation: an "
                         "earlier version in the cloud's history is often whole.");
     }

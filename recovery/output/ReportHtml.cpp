@@ -243,7 +243,8 @@ std::string Page::nameCell(std::size_t index) const
     return remark.empty() ? cell : cell + "<br><span class=\"small\">" + remark + "</span>";
 }
 
-/// "312 of 400 rows", of the colour channel that lost the most; empty where none did.
+/// "312 of 400 rows", of the colour channel that lost the most; empty where none did. Where one
+/// lost them all, the others have rows that a count of none would deny.
 std::string rowsInWords(const Layer& layer)
 {
     const Plane* worst = nullptr;
@@ -258,8 +259,10 @@ std::string rowsInWords(const Layer& layer)
     if (worst == nullptr || layer.state != State::Partial) {
         return {};
     }
-    return "<br><span class=\"small\">" + grouped(worst->rowsRecovered) + " of " +
-           grouped(worst->rows) + " rows</span>";
+    const std::string words = worst->rowsRecovered == 0 ? "one channel is lost"
+                                                        : grouped(worst->rowsRecovered) + " of " +
+                                                              grouped(worst->rows) + " rows";
+    return "<br><span class=\"small\">" + words + "</span>";
 }
 
 void Page::row(std::size_t index)

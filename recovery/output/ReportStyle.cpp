@@ -5,7 +5,7 @@ namespace talvek::recovery::output {
 const std::string_view kReportStyle = R"css(
 :root{color-scheme:light dark;--paper:#fbfbfa;--card:#fff;--ink:#1d1d1f;--soft:#5c5c62;--line:#e0e0de;
 --link:#0a58b0;--ok:#1b6e3c;--okbg:#e3f3e8;--maybe:#4b5563;--maybebg:#eceef1;--part:#8a5300;--partbg:#fcefd6;
---lost:#a3232d;--lostbg:#fbe4e5;--c1:#ebebea;--c2:#fafafa;
+--lost:#a3232d;--lostbg:#fbe4e5;--c1:#d3d3d1;--c2:#e6e6e4;
 --m0:#3b4252;--m1:#8f7fb8;--m2:#2f6fb3;--m3:#57a9d8;--m4:#7fb5a5;--m5:#d9a441;--m6:#ededeb;--m7:#c9c9c6}
 @media(prefers-color-scheme:dark){:root{--paper:#19191b;--card:#232326;--ink:#f0f0f1;--soft:#a5a5ad;
 --line:#3a3a3f;--link:#7db8ff;--ok:#7fd49b;--okbg:#173524;--maybe:#c2c8d0;--maybebg:#33363b;--part:#f2bd66;

@@ -43,6 +43,41 @@ TEST(Composite, ACutOneKeepsTheRowsBeforeTheCut)
     EXPECT_LT(found.document().composite.rowsRecovered, 90);
 }
 
+TEST(Composite, LayersRowsAreNotTakenForThoseOfALostOne)
+{
+    for (const Packing packing : {Packing::packBits, Packing::raw}) {
+        PsdBuilder builder;
+        builder.size(40, 30);
+        for (const char* name : {"sky", "sea", "sand"}) {
+            builder.layer(name).packing(packing);
+        }
+        const Document document = builder.build();
+        for (const auto& record : document.records) {
+            Document cut = document;
+            const auto& channel = record.channels[1];
+            const Found found(cut.cutAt(channel.data + channel.length / 2));
+            EXPECT_EQ(found.document().composite.state, State::Lost) << record.name;
+            EXPECT_EQ(found.document().composite.bytes.length, 0) << record.name;
+        }
+    }
+}
+
+TEST(Composite, PlanesInBlocksAreNotTakenForALostOne)
+{
+    const Document other = threeLayers().build();
+    const Bytes planes(other.bytes.begin() + other.channelImageData,
+                       other.bytes.begin() + other.composite);
+    const Document document = threeLayers().globalBlock("FXid", planes).build();
+    const auto& block = document.globalBlocks.at(0);
+    for (const std::int64_t end : {document.composite, block.data + block.length / 2}) {
+        Document cut = document;
+        const Found found(cut.cutAt(end));
+        EXPECT_EQ(found.names(), "sky,sea,sand");
+        EXPECT_EQ(found.document().composite.state, State::Lost);
+        EXPECT_TRUE(found.document().composite.flattened);
+    }
+}
+
 TEST(Composite, ALostOneIsFlattenedAnewAndSaysSo)
 {
     Document document = threeLayers().build();
