@@ -1,7 +1,8 @@
 // The run, in order:
-//  1. header and parts that are not pixels, where they are lost
+//  1. the header, where it is lost
 //  2. layers are matched: by id with name or place, by name and place, by a name that is alone
-//  3. layers without a record get one, if their pixels are those of a layer of the copy
+//  3. layers without a record get one, if their pixels are those of a layer of the copy; then other
+//     parts that are not pixels are taken, where they are lost
 //  4. layers that the document lost without a trace are taken whole
 //  5. lost planes and rows are taken, where what is left agrees
 //  6. the merged picture likewise
@@ -40,9 +41,12 @@ std::vector<std::string> Reference::run()
     addSources();
     m_lacksLayers = lacksLayers();
     takeHeader();
-    takeParts();
     matchLayers();
     matchByPixels();
+    if (isOfAnother()) {
+        return {};
+    }
+    takeParts();
     takeMissingLayers();
     takePlanes();
     takeComposite();
@@ -81,6 +85,25 @@ void Reference::takeHeader()
     // Records and tables are read in the version that they are written in.
     ours.version = hasLayers ? version : theirs.version;
     say("The header (size, colour mode, depth)");
+}
+
+/// A canvas can have been cut since, and most documents have a "Background": names alone say
+/// little.
+bool Reference::isOfAnother() const
+{
+    const DocumentFacts& ours = m_document.facts;
+    const DocumentFacts& theirs = m_older.facts;
+    const bool isSameCanvas =
+        ours.origin != HeaderOrigin::Header ||
+        (ours.width == theirs.width && ours.height == theirs.height && ours.mode == theirs.mode);
+    return !isSameCanvas &&
+           std::none_of(m_matches.begin(), m_matches.end(), [this](const Match& match) {
+               const Layer& one = m_document.layers[match.ours];
+               const Layer& other = m_older.layers[match.theirs];
+               return one.name == other.name && one.hasPixels() &&
+                      one.bounds.rows() == other.bounds.rows() &&
+                      one.bounds.columns() == other.bounds.columns();
+           });
 }
 
 void Reference::takePart(ByteRange& ours, const ByteRange& theirs, const char* name)

@@ -20,7 +20,8 @@ namespace talvek::recovery::output {
 /// Pixels are never mixed on trust. Where rows of a layer are left in both copies they must be the
 /// same, or the layer has changed since and is left as it is. Where nothing is left to compare, a
 /// layer's pixels are taken as a whole and called unproved. Layers are matched by their ids, names
-/// and bounds; layers without a record by their pixels.
+/// and bounds; layers without a record by their pixels. A copy that shares neither the canvas nor a
+/// layer is one of another document, and gives nothing.
 class Reference
 {
 public:
@@ -42,6 +43,7 @@ private:
 
     void addSources();
     void takeHeader();
+    [[nodiscard]] bool isOfAnother() const;
     void takeParts();
     void takePart(ByteRange& ours, const ByteRange& theirs, const char* name);
     void matchLayers();

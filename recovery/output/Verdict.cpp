@@ -29,6 +29,9 @@ std::string completeLayers(const LayerTally& count)
 std::string damagedLayers(const LayerTally& count)
 {
     if (count.layers == 1) {
+        if (count.nameless == 1) {
+            return "The one layer that was found is back without name and place";
+        }
         return count.partial == 1 ? "The one layer that was found is back in part"
                                   : "Of the one layer that was found only name and place are left";
     }
@@ -36,8 +39,11 @@ std::string damagedLayers(const LayerTally& count)
     std::string text = (complete == 0 ? std::string("None") : std::to_string(complete)) + " of " +
                        std::to_string(count.layers) + " layers " + (complete == 1 ? "is" : "are") +
                        " back complete";
-    if (count.partial > 0) {
-        text += ", " + std::to_string(count.partial) + " in part";
+    if (count.partial > count.nameless) {
+        text += ", " + std::to_string(count.partial - count.nameless) + " in part";
+    }
+    if (count.nameless > 0) {
+        text += ", " + std::to_string(count.nameless) + " without name and place";
     }
     if (count.lost > 0) {
         text += ", and of " + std::to_string(count.lost) + " only name and place are left";
@@ -112,6 +118,7 @@ LayerTally tally(const RecoveredDocument& document)
         count.whole += layer.state == State::Whole ? 1 : 0;
         count.unproved += layer.state == State::Unproved ? 1 : 0;
         count.partial += layer.state == State::Partial ? 1 : 0;
+        count.nameless += layer.state == State::Partial && !layer.hasRecord ? 1 : 0;
         count.lost += layer.state == State::Lost ? 1 : 0;
     }
     // Planes without a record are some of the layers whose records are gone.

@@ -14,6 +14,7 @@ struct LayerTally
     std::int64_t whole = 0;
     std::int64_t unproved = 0;
     std::int64_t partial = 0;
+    std::int64_t nameless = 0; ///< of the partial ones: their record is lost, and what it said
     std::int64_t lost = 0;
     std::int64_t gone = 0; ///< stated by the document, and no trace of them found; at most
                            ///< so many layers, as dividers of groups are among them

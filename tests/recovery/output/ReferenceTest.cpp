@@ -102,6 +102,27 @@ TEST_F(ReferenceTest, TheSameIdAloneIsNoMatch)
     EXPECT_TRUE(run().empty());
 }
 
+TEST_F(ReferenceTest, AnotherDocumentGivesNothing)
+{
+    addLayer(m_ours, "a", 3, 10);
+    m_ours.document().statedLayers = 3;
+    addLayer(m_theirs, "b", 4, 10);
+    m_theirs.size(5, 3);
+    EXPECT_TRUE(run().empty());
+    EXPECT_EQ(m_document.layers.size(), 1U);
+}
+
+TEST_F(ReferenceTest, ACopyFromBeforeTheCanvasWasCutGivesLayers)
+{
+    addLayer(m_ours, "a", 3, 10);
+    m_ours.document().statedLayers = 2;
+    addLayer(m_theirs, "a", 3, 10);
+    addLayer(m_theirs, "b", 4, 10);
+    m_theirs.size(5, 3);
+    EXPECT_EQ(run().size(), 1U);
+    EXPECT_EQ(m_document.layers.size(), 2U);
+}
+
 TEST_F(ReferenceTest, PixelsWithoutARecordGetTheirNameAndPlace)
 {
     addLayer(m_ours, "Recovered 1", 0, 10);

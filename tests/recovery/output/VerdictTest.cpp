@@ -59,6 +59,18 @@ TEST(Verdict, LossesAreCounted)
     EXPECT_EQ(outcome(document), Outcome::Damaged);
 }
 
+TEST(Verdict, LayersWithoutARecordLackNameAndPlace)
+{
+    auto document = withLayers({State::Whole, State::Partial, State::Partial});
+    document.layers[2].hasRecord = false;
+    EXPECT_EQ(verdict(document), "1 of 3 layers is back complete, 1 in part, 1 without name and "
+                                 "place, and the merged picture is whole.");
+    EXPECT_EQ(outcome(document), Outcome::Damaged);
+    document.layers.erase(document.layers.begin(), document.layers.begin() + 2);
+    EXPECT_EQ(verdict(document), "The one layer that was found is back without name and place, "
+                                 "and the merged picture is whole.");
+}
+
 TEST(Verdict, LayersWithoutATraceAreMissed)
 {
     auto document = withLayers({State::Whole});
