@@ -16,8 +16,8 @@ bool isCutAt(SourceBytes& source, std::int64_t offset, bool largeDocument)
     if (!isBlockSignature(source, offset)) {
         return false;
     }
-    const bool wide =
-        source.u32(offset) == k8B64 || (largeDocument && isWideKey(source.u32(offset + 4)));
+    const bool wide = source.u32(offset) == kWideSignature ||
+                      (largeDocument && isWideKey(source.u32(offset + 4)));
     const std::int64_t data = offset + (wide ? 16 : 12);
     const std::uint64_t length = wide ? source.u64(offset + 8) : source.u32(offset + 8);
     return data > source.size() || length > static_cast<std::uint64_t>(source.size() - data);

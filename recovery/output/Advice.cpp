@@ -52,34 +52,41 @@ std::vector<std::string> nextSteps(const RecoveredDocument& document, bool hasRe
     const LayerTally count = tally(document);
     if (result != Outcome::Complete) {
         if (!hasReference) {
-            steps.push_back(
+            steps.emplace_back(
                 "Look for another copy: an older save, a backup, the version history of "
                 "a cloud folder, a mail attachment. Give it as the reference "
                 "(--reference OLDER.psd), and what is lost here can be taken from it.");
         }
-        steps.push_back("If the file came from a memory card, a disk or a download, copy it again "
-                        "from there before anything is written to it.");
+        steps.emplace_back(
+            "If the file came from a memory card, a disk or a download, copy it again "
+            "from there before anything is written to it.");
     }
     if (result == Outcome::Nothing) {
-        steps.push_back("Other files of the same folder, or temporary files of the program that "
-                        "saved this one, may still hold the document; try them too.");
+        steps.emplace_back("Other files of the same folder, or temporary files of the program that "
+                           "saved this one, may still hold the document; try them too.");
     }
     if (result != Outcome::Complete && hasZeros(document) && !document.nothingLeft) {
-        steps.push_back("Runs of zeros are typical of an interrupted save or synchronisation: an "
-                        "earlier version in the cloud's history is often whole.");
+        steps.emplace_back(
+            "Runs of zeros are typical of an interrupted save or synchronisation: an "
+            "earlier version in the cloud's history is often whole.");
     }
     if (count.unproved > 0) {
-        steps.push_back(
+        steps.emplace_back(
             "Look at the layers called unproved: their pixels are all there, but nothing "
             "in the file can show that none was changed.");
     }
-    if (count.partial > 0) {
-        steps.push_back(
+    if (count.nameless > 0) {
+        steps.emplace_back("Layers found without a record stand in the upper left corner: put each "
+                           "where the merged picture shows it, and name it anew.");
+    }
+    if (count.partial > count.nameless) {
+        steps.emplace_back(
             "In partial layers the lost rows are transparent; paint or clone over them.");
     }
     if (result == Outcome::Complete) {
-        steps.push_back("Open the layered document, compare it with what you remember, and save it "
-                        "under a new name.");
+        steps.emplace_back(
+            "Open the layered document, compare it with what you remember, and save it "
+            "under a new name.");
     }
     return steps;
 }

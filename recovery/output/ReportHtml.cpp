@@ -234,7 +234,7 @@ std::string Page::nameCell(std::size_t index) const
                 : "<a href=\"" + asLink(picture->second->path) + "\">" + name + "</a>";
     cell += "</span>";
     std::string remark = (layer.flags & 2U) != 0 ? "hidden" : "";
-    if (!layer.hasRecord && !layer.isDivider()) {
+    if (!layer.hasRecord && !layer.isDivider() && layer.note.empty()) {
         remark += remark.empty() ? "place unknown" : ", place unknown";
     }
     if (!layer.note.empty()) {
