@@ -15,14 +15,14 @@ namespace talvek::test {
 namespace {
 
 /// Looking for signatures in as many bytes takes far longer than sending a signal.
-constexpr long long kHugeBytes = 64LL << 30U;
+constexpr long long kHugeBytes = 16LL << 30U;
 
 using Names = std::vector<std::string>;
 
 class DeepInterrupting : public ::testing::TestWithParam<int>
 {
 protected:
-    DeepInterrupting() { scratch.writeSparse("huge.psd", emptyDocument(), kHugeBytes); }
+    DeepInterrupting() { scratch.writeScattered("huge.psd", emptyDocument(), kHugeBytes); }
 
     Scratch scratch;
 };
@@ -62,7 +62,7 @@ TEST(DeepInterruptingSeveral, KeepsWhatWasWholeAndStartsNoMore)
     const Scratch scratch;
     write(scratch, "a.psd", layeredDocument());
     write(scratch, "c.psd", layeredDocument());
-    scratch.writeSparse("huge.psd", emptyDocument(), kHugeBytes);
+    scratch.writeScattered("huge.psd", emptyDocument(), kHugeBytes);
     Process process(
         repairSetting(scratch.path(), {"--deep", "a.psd", "huge.psd", "c.psd", "-o", "out"}));
     ASSERT_TRUE(process.waitForError("Recovered 8 files"));
@@ -74,7 +74,7 @@ TEST(DeepInterruptingSeveral, KeepsWhatWasWholeAndStartsNoMore)
 TEST(DeepInterruptingSeveral, TheProgressLineSaysWhatIsBeingDone)
 {
     const Scratch scratch;
-    scratch.writeSparse("huge.psd", emptyDocument(), kHugeBytes);
+    scratch.writeScattered("huge.psd", emptyDocument(), kHugeBytes);
     auto setting = repairSetting(scratch.path(), {"--deep", "huge.psd"});
     setting.terminal = true;
     Process process(setting);

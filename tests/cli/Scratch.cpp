@@ -47,6 +47,19 @@ std::string Scratch::writeSparse(const std::string& name, const std::string& con
     return at(name);
 }
 
+std::string Scratch::writeScattered(const std::string& name, const std::string& contents,
+                                    long long size) const
+{
+    constexpr long long kStep = 1LL << 20U;
+    writeSparse(name, contents, size);
+    std::fstream file(at(name), std::ios::binary | std::ios::in | std::ios::out);
+    for (long long offset = kStep; offset < size; offset += kStep) {
+        file.seekp(offset);
+        file.put('x');
+    }
+    return at(name);
+}
+
 std::string Scratch::makeFolder(const std::string& name) const
 {
     fs::create_directories(at(name));

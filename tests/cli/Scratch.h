@@ -22,6 +22,9 @@ public:
     /// A file that is all holes behind `contents`. @return its path
     std::string writeSparse(const std::string& name, const std::string& contents,
                             long long size) const;
+    /// The same with a byte in every MiB, so that no reader can pass over it in a few steps.
+    std::string writeScattered(const std::string& name, const std::string& contents,
+                               long long size) const;
     /// Makes a folder in the folder. @return its path
     std::string makeFolder(const std::string& name) const;
 
