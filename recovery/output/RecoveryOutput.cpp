@@ -8,7 +8,9 @@
 #include "recovery/output/RecoveryOutput.h"
 
 #include "platform/PathString.h"
+#include "recovery/CompositeFinder.h"
 #include "recovery/Examination.h"
+#include "recovery/HeaderFinder.h"
 #include "recovery/LayeredDocumentWriter.h"
 #include "recovery/PlaneReader.h"
 #include "recovery/ReportWriter.h"
@@ -19,6 +21,7 @@
 #include "recovery/output/TextLayers.h"
 #include "recovery/output/Verdict.h"
 
+#include <optional>
 #include <utility>
 
 namespace talvek::recovery::output {
@@ -30,13 +33,49 @@ constexpr double kPicturesFrom = 0.05;
 constexpr double kPageFrom = 0.95;
 const std::string kReportName = "report.json";
 
+std::vector<std::string> layeredNames(const RecoveredDocument& document)
+{
+    const std::string stem = deletingPathExtension(lastPathComponent(document.sources.at(0)));
+    return {stem + "_layers.psd", stem + "_layers.psb"};
+}
+
+/// The picture that was made anew stands in the layered document alone. It is read there, because
+/// making it once more would take all layers open at once, for every channel.
+RecoveredDocument withFlattenedPicture(const RecoveredDocument& document, const std::string& path,
+                                       FileManager& files, const RunControl& control)
+{
+    RecoveredDocument shown = document;
+    ReadingFileHandle handle = files.openForReading(path);
+    SourceBytes source(handle);
+    const auto facts = readHeader(source, 0);
+    if (!facts) {
+        return shown;
+    }
+    const std::int64_t at = readStatedSections(source, 0, facts->version == 2).layersEnd;
+    Composite made = CompositeFinder(source, *facts, control).run(at, {at}, source.size(), at);
+    if (made.state > State::Unproved) {
+        return shown;
+    }
+    for (Channel& channel : made.channels) {
+        channel.plane.bytes.source = static_cast<std::int32_t>(shown.sources.size());
+    }
+    shown.composite.channels = std::move(made.channels);
+    shown.sources.push_back(path);
+    return shown;
+}
+
 } // namespace
 
 /// What the stages of one run share.
 struct RecoveryOutput::Run
 {
-    Run(const FileManager& files, const RecoveredDocument& of, std::string in, const Progress& tell)
-        : document(of), folder(std::move(in)), progress(tell), sources(files, of.sources)
+    Run(const FileManager& files, const RecoveredDocument& of, const RecoveredDocument& shows,
+        std::string in, const Progress& tell)
+        : document(of),
+          shown(shows),
+          folder(std::move(in)),
+          progress(tell),
+          sources(files, shows.sources)
     {}
 
     [[nodiscard]] std::string pathOf(const std::string& name) const
@@ -45,6 +84,7 @@ struct RecoveryOutput::Run
     }
 
     const RecoveredDocument& document;
+    const RecoveredDocument& shown; ///< the same, with the picture that was made anew
     std::string folder;
     const Progress& progress;
     SourceFiles sources;
@@ -60,7 +100,14 @@ OutputResult RecoveryOutput::write(const RecoveredDocument& document, const std:
     m_pictures.clear();
     m_embedded.clear();
     m_sidecars.clear();
-    Run run(m_files, document, folder, progress);
+    std::optional<RecoveredDocument> shown;
+    for (const std::string& name : layeredNames(document)) {
+        const std::string path = appendingPathComponent(folder, name);
+        if (document.composite.flattened && !shown && m_files.existsAtPath(path)) {
+            shown = withFlattenedPicture(document, path, m_files, m_control);
+        }
+    }
+    Run run(m_files, document, shown ? *shown : document, folder, progress);
     if (!writeSidecars(run) || !writeTexts(run) || !writeEmbedded(run)) {
         return OutputResult::Failed;
     }
@@ -159,12 +206,12 @@ OutputResult RecoveryOutput::writeAllPictures(Run& run)
     if (!m_options.pictures) {
         return OutputResult::Written;
     }
-    m_pictures = planPictures(run.document);
+    m_pictures = planPictures(run.shown);
     const auto tell = [&run](double share) {
         run.progress("Writing the layers' pictures",
                      kPicturesFrom + (kPageFrom - kPicturesFrom) * share);
     };
-    switch (writePictures(m_files, run.document, m_pictures, run.folder, m_control, tell)) {
+    switch (writePictures(m_files, run.shown, m_pictures, run.folder, m_control, tell)) {
     case PictureResult::Written:
         return OutputResult::Written;
     case PictureResult::Stopped:
@@ -190,8 +237,9 @@ bool RecoveryOutput::writePage(Run& run)
     contents.documentName = lastPathComponent(run.document.sources.at(0));
     contents.pictures = m_pictures;
     contents.embedded = m_embedded;
-    const std::string stem = deletingPathExtension(contents.documentName);
-    for (const std::string& name : {stem + "_layers.psd", stem + "_layers.psb", kReportName}) {
+    std::vector<std::string> names = layeredNames(run.document);
+    names.push_back(kReportName);
+    for (const std::string& name : names) {
         if (m_files.existsAtPath(run.pathOf(name))) {
             contents.otherFiles.push_back(name);
         }
@@ -199,7 +247,7 @@ bool RecoveryOutput::writePage(Run& run)
     contents.otherFiles.insert(contents.otherFiles.end(), m_sidecars.begin(), m_sidecars.end());
     contents.fromReference = m_options.fromReference;
     contents.usesProfile = ColorConversion(colorFacts(run.document, run.sources)).usesProfile();
-    return writeReportPage(m_files, run.document, run.sources, contents, run.pathOf("report.html"),
+    return writeReportPage(m_files, run.shown, run.sources, contents, run.pathOf("report.html"),
                            m_control, [&run](double share) {
                                run.progress("Writing the report",
                                             kPageFrom + (1 - kPageFrom) * share);

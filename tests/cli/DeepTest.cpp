@@ -127,6 +127,37 @@ TEST_F(Deep, ADamagedPlaneIsStatus4)
     EXPECT_TRUE(scratch.has("out/a_layers.psd"));
 }
 
+TEST_F(Deep, APictureMadeAnewIsAFileAndOnThePage)
+{
+    Document document = layeredDocument();
+    document.cutAt(document.composite);
+    write(scratch, "a.psd", document);
+    const Ending ending = recover("a.psd");
+    EXPECT_EQ(ending.status, 4);
+    EXPECT_TRUE(holds(ending.output, "has been made anew from the layers")) << ending.output;
+    EXPECT_TRUE(scratch.has("out/Composite.png"));
+    const std::string report = contentsOf(scratch.at("out/report.json"));
+    EXPECT_TRUE(holds(report, "\"composite_png\": \"Composite.png\"")) << report;
+    EXPECT_TRUE(holds(report, "\"flattened\":true")) << report;
+    EXPECT_FALSE(holds(report, "_layers.psd\"]")) << "the result is no source";
+    EXPECT_TRUE(holds(contentsOf(scratch.at("out/report.html")), "Made anew from the layers."));
+}
+
+TEST_F(Deep, AVanishedLayerIsStatus4)
+{
+    Document document = layeredDocument();
+    const Document::Record& record = document.records[1];
+    document.zeroFill(record.start, record.end - record.start);
+    for (const Document::Channel& channel : record.channels) {
+        document.zeroFill(channel.data, channel.length);
+    }
+    write(scratch, "a.psd", document);
+    const Ending ending = recover("a.psd");
+    EXPECT_EQ(ending.status, 4);
+    EXPECT_TRUE(holds(ending.output, "1 more layer or group is gone without a trace"))
+        << ending.output;
+}
+
 TEST_F(Deep, RawPlanesAreUnprovedAndStatus0)
 {
     auto builder = layeredBuilder();
