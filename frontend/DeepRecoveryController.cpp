@@ -268,6 +268,7 @@ void DeepRecoveryController::abort()
     }
     m_run->setPause(true);
     stopClock();
+    showTime();
     m_stopWindow->show();
     m_stopWindow->raise();
     m_stopWindow->activateWindow();

@@ -27,6 +27,7 @@ constexpr int kThumbnailWidth = 48;
 constexpr int kThumbnailHeight = 36;
 constexpr int kTreeWidth = 360;
 constexpr int kPreviewWidth = 460;
+constexpr int kMostNameWidth = 420;
 /// A tree of thousands of open groups would be slow and no help.
 constexpr std::size_t kMostOpenGroups = 500;
 constexpr int kButtonsPage = 0;
@@ -129,12 +130,14 @@ void DeepRecoveryController::showResults(std::shared_ptr<const DeepResults> resu
     m_resultsView->deepContents->setCurrentIndex(m_results->hasNothing ? 1 : 0);
     m_host.showScreen(QLatin1String(kResultsScreen));
     updateControls();
+    const bool holdsSomething = !m_results->hasNothing || m_results->embeddedCount > 0;
+    if (holdsSomething) {
+        folder().markUnsaved();
+    }
     if (m_results->hasNothing) {
-        // There is nothing in it that anybody could miss.
         m_resultsView->deepBackButton->setFocus();
         return;
     }
-    folder().markUnsaved();
     tree->setCurrentIndex(m_model->index(0, DeepResultsModel::kNameColumn));
     tree->setFocus();
 }
@@ -142,15 +145,14 @@ void DeepRecoveryController::showResults(std::shared_ptr<const DeepResults> resu
 QString DeepRecoveryController::summary() const
 {
     const QLocale locale;
-    QString document = shownName(QFileInfo(m_results->document).fileName());
-    if (m_results->hasNothing) {
-        return document;
+    QStringList facts{m_resultsView->deepSummaryLabel->fontMetrics().elidedText(
+        shownName(QFileInfo(m_results->document).fileName()), Qt::ElideMiddle, kMostNameWidth)};
+    if (!m_results->hasNothing) {
+        facts << tr("%1 × %2 pixels")
+                     .arg(locale.toString(m_results->size.width()),
+                          locale.toString(m_results->size.height()))
+              << modeName(m_results->mode) << tr("%1 bits").arg(m_results->depth);
     }
-    QStringList facts{document,
-                      tr("%1 × %2 pixels")
-                          .arg(locale.toString(m_results->size.width()),
-                               locale.toString(m_results->size.height())),
-                      modeName(m_results->mode), tr("%1 bits").arg(m_results->depth)};
     if (m_results->embeddedCount > 0) {
         facts << (m_results->embeddedCount == 1
                       ? tr("1 embedded file")
@@ -238,7 +240,13 @@ void DeepRecoveryController::save(DeepSaver::What what)
 
 void DeepRecoveryController::resultsSaved(DeepSaver::What what)
 {
-    folder().markSaved();
+    // The pictures alone are no layered document, and that alone holds no embedded files.
+    const bool isEnough =
+        what == DeepSaver::What::Everything ||
+        (what == DeepSaver::What::LayeredDocument && m_results->embeddedCount == 0);
+    if (isEnough) {
+        folder().markSaved();
+    }
     m_isSavedWhole = m_isSavedWhole || what == DeepSaver::What::Everything;
 }
 

@@ -260,6 +260,7 @@ DeepResults resultsOf(const RecoveredDocument& document,
     results.hasNothing = out::outcome(document) == out::Outcome::Nothing;
     results.report = QStringLiteral("report.html");
     results.layeredDocument = layeredDocumentIn(files, folder, document.sources.at(0));
+    results.embeddedCount = static_cast<int>(document.embedded.size());
     listFiles(output, files, folder, results);
     if (results.hasNothing) {
         return results;
@@ -268,7 +269,6 @@ DeepResults resultsOf(const RecoveredDocument& document,
     results.depth = document.facts.depth;
     results.mode = document.facts.mode;
     results.layerCount = static_cast<int>(out::tally(document).layers);
-    results.embeddedCount = static_cast<int>(document.embedded.size());
     results.items = Collector(document, output.pictures(), folder).collect(results.layeredDocument);
     return results;
 }

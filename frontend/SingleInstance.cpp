@@ -84,7 +84,12 @@ void SingleInstance::readFromOther()
         const qsizetype end = received.indexOf(kEndOfPath);
         if (end >= 0 && m_otherStarted) {
             socket->skip(end + 1);
-            m_otherStarted(QString::fromUtf8(received.first(end)));
+            // From the event loop: what it leads to may ask the user, and the socket goes
+            // meanwhile.
+            QMetaObject::invokeMethod(
+                this,
+                [this, path = QString::fromUtf8(received.first(end))] { m_otherStarted(path); },
+                Qt::QueuedConnection);
         }
     };
     socket->setReadBufferSize(kMostPathBytes);

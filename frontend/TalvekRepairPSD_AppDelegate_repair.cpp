@@ -201,6 +201,7 @@ void TalvekRepairPSD_AppDelegate::abortRepair(QObject* /*sender*/)
     }
     m_repair->setPauseRepair(true);
     stopClock();
+    showRepairTime();
     m_abortRepairWindow->show();
     m_abortRepairWindow->raise();
     m_abortRepairWindow->activateWindow();

@@ -12,7 +12,9 @@
 #include <QtTest>
 
 #include <atomic>
+#include <chrono>
 #include <sys/stat.h>
+#include <thread>
 
 namespace talvek::test {
 
@@ -206,11 +208,18 @@ TEST_F(DeepRuns, AfterAnAbortTheNextOneRuns)
     EXPECT_TRUE(filesIn(workingFolder()).contains("second_layers.psd"));
 }
 
-TEST_F(DeepRuns, AQuitWhileItRunsEndsCleanly)
+TEST_F(DeepRuns, AControllerThatGoesWhileItRunsGivesItUp)
 {
     startHeldRun();
-    system.holdReads = false;
+    const QString output = workingFolder();
+    std::thread reader([this] {
+        // Whether it is lifted before or behind the stop, the run ends without a report.
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        system.holdReads = false;
+    });
     app.reset();
+    reader.join();
+    EXPECT_FALSE(QFile::exists(output + "/report.html"));
 }
 
 TEST_F(DeepRuns, AFullDiskIsToldAndLeadsBack)

@@ -80,6 +80,17 @@ TEST_F(DeepSaving, SavedResultsAreLeftWithoutAsking)
     EXPECT_TRUE(filesIn(workingFolder()).contains("report.html"));
 }
 
+TEST_F(DeepSaving, PicturesAloneDoNotCountAsSaved)
+{
+    showResults();
+    ASSERT_TRUE(saveToEnd("savePicturesButton", "layers"));
+    desktop.alerts.clear();
+    click("deepBackButton"); // the answer of a closed alert: stay
+    EXPECT_EQ(desktop.alertTitles(), QStringList("Leave without saving?"));
+    EXPECT_EQ(screen(), "5");
+    EXPECT_TRUE(QFile::exists(workingFolder() + "/poster_layers.psd"));
+}
+
 TEST_F(DeepSaving, TheFolderGoesOnceAllOfItIsSavedAndLeft)
 {
     showResults();

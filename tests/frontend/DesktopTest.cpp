@@ -3,6 +3,7 @@
 #include "frontend/SingleInstance.h"
 #include "tests/frontend/Journey.h"
 
+#include <QEventLoop>
 #include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
@@ -10,6 +11,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTextDocumentFragment>
+#include <QTimer>
 #include <QtTest>
 
 namespace talvek::test {
@@ -195,6 +197,23 @@ TEST(OneInstance, ASecondOneHandsItsDocumentToTheFirst)
     ASSERT_EQ(first.claimOrNotify(""), SingleInstance::Claim::First);
     EXPECT_EQ(second.claimOrNotify("/some where/a\nb.psd"), SingleInstance::Claim::HandedOver);
     EXPECT_TRUE(QTest::qWaitFor([&] { return received == "/some where/a\nb.psd"; }));
+}
+
+TEST(OneInstance, AQuestionMayStandWhileTheSecondOneGoes)
+{
+    const QTemporaryDir folder;
+    SingleInstance first(folder.filePath(".recovered files"), nullptr);
+    SingleInstance second(folder.filePath(".recovered files"), nullptr);
+    QString answered;
+    first.setOtherStarted([&](const QString& document) {
+        QEventLoop question; // as an alert runs one, in which the second one's connection ends
+        QTimer::singleShot(100, &question, &QEventLoop::quit);
+        question.exec();
+        answered = document;
+    });
+    ASSERT_EQ(first.claimOrNotify(""), SingleInstance::Claim::First);
+    EXPECT_EQ(second.claimOrNotify("/a.psd"), SingleInstance::Claim::HandedOver);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return answered == "/a.psd"; }));
 }
 
 TEST(OneInstance, TwoTemporaryFoldersAreTwoApplications)

@@ -146,7 +146,7 @@ TEST(LayerCount, PlanesInBlocksAreNoLayersWhereNoneIsMissing)
     const auto& channel = other.records[0].channels[0];
     const auto begin = other.bytes.begin() + channel.data;
     const Bytes plane(begin, begin + channel.length);
-    const auto damaged = [&plane](const Document& base) {
+    const auto damaged = [](const Document& base) {
         Document document = base;
         document.lieLength(document.globalBlocks.at(0).lengthField, 0x7FFFFFFF);
         return document;
