@@ -16,10 +16,20 @@ constexpr std::int64_t kCopyUnitBytes = 1024;
 /// Often enough for a bar that moves, and seldom enough for an event loop.
 constexpr std::int64_t kChunksBetweenWords = 1024;
 
-std::string partPath(const std::string& destination)
+/// Leaves room for what is put around the name, on volumes that take 255 bytes.
+constexpr std::size_t kMostOfName = 200;
+
+/// A name that nothing has: what the user calls so is neither overwritten nor taken away.
+std::string freePartPath(const FileManager& files, const std::string& destination)
 {
-    return appendingPathComponent(deletingLastPathComponent(destination),
-                                  "." + lastPathComponent(destination) + ".part");
+    const std::string start = appendingPathComponent(
+        deletingLastPathComponent(destination),
+        "." + cutToBytes(lastPathComponent(destination), kMostOfName) + ".part");
+    std::int64_t number = 1;
+    while (files.existsAtPath(start + std::to_string(number))) {
+        ++number;
+    }
+    return start + std::to_string(number);
 }
 
 } // namespace
@@ -35,20 +45,21 @@ CopyResult FileCopier::copyAll(const std::vector<FileCopy>& files, const std::st
     m_progress = progress;
     m_done = {};
     m_madeFolders.clear();
+    m_parts.assign(files.size(), {});
     std::vector<bool> isWhole(files.size(), false);
     for (std::size_t index = 0; index < files.size() && !m_cancel; ++index) {
-        isWhole[index] = copyPart(files[index]);
+        isWhole[index] = copyPart(files[index], m_parts[index]);
         ++m_done.files;
         tell();
     }
     // Decided here once: from now on it is too late to cancel.
     CopyResult result{m_cancel};
     if (result.wasCancelled) {
-        discard(files, newFolder);
+        discard(newFolder);
         return result;
     }
     for (std::size_t index = 0; index < files.size(); ++index) {
-        giveName(files[index], isWhole[index], result);
+        giveName({m_parts[index], files[index].destination}, isWhole[index], result);
     }
     return result;
 }
@@ -60,10 +71,16 @@ void FileCopier::tell() const
     }
 }
 
-bool FileCopier::copyPart(const FileCopy& file)
+bool FileCopier::copyPart(const FileCopy& file, std::string& part)
 {
     makeFolderOf(file.destination);
-    return copyFile({file.source, partPath(file.destination)});
+    part = freePartPath(m_files, file.destination);
+    const bool isWhole = copyFile({file.source, part});
+    if (!m_files.existsAtPath(part)) {
+        // The next file may be given that very name, and is not this one.
+        part.clear();
+    }
+    return isWhole && !part.empty();
 }
 
 /// Notes the folders that are missing, so that they can go again if the copying is cancelled.
@@ -121,32 +138,37 @@ bool FileCopier::copyChunks(ReadingFileHandle& input, std::int64_t size, Writing
     return isWhole;
 }
 
-void FileCopier::giveName(const FileCopy& file, bool isWhole, CopyResult& result)
+/// @param part  its source is the copy so far; empty if none could be made
+void FileCopier::giveName(const FileCopy& part, bool isWhole, CopyResult& result)
 {
-    const std::string part = partPath(file.destination);
     if (!isWhole) {
-        result.incompleteFiles.push_back(lastPathComponent(file.destination));
-        if (m_files.existsAtPath(file.destination)) {
-            m_files.removeItem(part);
+        result.incompleteFiles.push_back(lastPathComponent(part.destination));
+        if (part.source.empty()) {
+            return;
+        }
+        if (m_files.existsAtPath(part.destination)) {
+            m_files.removeItem(part.source);
             return;
         }
     }
     std::error_code error;
-    std::filesystem::rename(part, file.destination, error);
+    std::filesystem::rename(part.source, part.destination, error);
     if (error && isWhole) {
-        m_files.removeItem(part);
-        result.incompleteFiles.push_back(lastPathComponent(file.destination));
+        m_files.removeItem(part.source);
+        result.incompleteFiles.push_back(lastPathComponent(part.destination));
     }
 }
 
-void FileCopier::discard(const std::vector<FileCopy>& files, const std::string& newFolder)
+void FileCopier::discard(const std::string& newFolder)
 {
     if (!newFolder.empty()) {
         m_files.removeItem(newFolder);
         return;
     }
-    for (const FileCopy& file : files) {
-        m_files.removeItem(partPath(file.destination));
+    for (const std::string& part : m_parts) {
+        if (!part.empty()) {
+            m_files.removeItem(part);
+        }
     }
     // None that somebody has put something into meanwhile.
     for (const std::string& folder : m_madeFolders) {

@@ -34,9 +34,10 @@ struct CopyProgress
 
 /// Copies files so that nothing is lost on the way.
 ///
-/// Until all are whole, the copies are called ".NAME.part", so that a copying that is cancelled
-/// takes nothing away that was there before. A copy that is not whole never takes the place of a
-/// file that is there; where there is none, it is better than nothing. One thread, any.
+/// Until all are whole, the copies have names like ".NAME.part1" that nothing had, so that a
+/// copying that is cancelled takes nothing away that was there before. A copy that is not whole
+/// never takes the place of a file that is there; where there is none, it is better than nothing.
+/// One thread, any.
 class FileCopier
 {
 public:
@@ -62,11 +63,11 @@ public:
     static std::int64_t chunksOf(std::int64_t bytes);
 
 private:
-    bool copyPart(const FileCopy& file);
+    bool copyPart(const FileCopy& file, std::string& part);
     bool copyChunks(ReadingFileHandle& input, std::int64_t size, WritingFileHandle& output);
     void makeFolderOf(const std::string& destination);
-    void giveName(const FileCopy& file, bool isWhole, CopyResult& result);
-    void discard(const std::vector<FileCopy>& files, const std::string& newFolder);
+    void giveName(const FileCopy& part, bool isWhole, CopyResult& result);
+    void discard(const std::string& newFolder);
     void tell() const;
 
     FileManager m_files;
@@ -74,6 +75,7 @@ private:
     Progress m_progress;
     CopyProgress m_done;
     std::vector<std::string> m_madeFolders; ///< the innermost first
+    std::vector<std::string> m_parts;       ///< of each file; empty where there is none
 };
 
 } // namespace talvek

@@ -60,4 +60,21 @@ std::string appendingPathComponent(std::string_view folder, std::string_view nam
     return joined.append(name);
 }
 
+std::string cutToBytes(std::string_view name, std::size_t mostBytes)
+{
+    if (name.size() <= mostBytes) {
+        return std::string(name);
+    }
+    // A longer run is no character's, and is not worth losing the name for.
+    constexpr std::size_t kMostContinued = 3;
+    const auto isContinued = [&](std::size_t at) {
+        return (static_cast<unsigned char>(name[at]) & 0xC0U) == 0x80;
+    };
+    std::size_t end = mostBytes;
+    while (end > 0 && mostBytes - end < kMostContinued && isContinued(end)) {
+        --end;
+    }
+    return std::string(name.substr(0, isContinued(end) ? mostBytes : end));
+}
+
 } // namespace talvek

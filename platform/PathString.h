@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -19,5 +20,9 @@ std::string deletingPathExtension(std::string_view path);
 
 /// `folder` and `name` with exactly one slash between them.
 std::string appendingPathComponent(std::string_view folder, std::string_view name);
+
+/// At most so many bytes from the beginning of a name. It is not cut within a character of UTF-8;
+/// bytes that are none are cut wherever it has to be.
+std::string cutToBytes(std::string_view name, std::size_t mostBytes);
 
 } // namespace talvek

@@ -1,4 +1,5 @@
 #include "frontend/ProgressBar.h"
+#include "platform/PathString.h"
 #include "platform/SystemLog.h"
 #include "tests/frontend/Journey.h"
 #include "tests/frontend/OrdinaryUser.h"
@@ -246,6 +247,67 @@ TEST_F(Saving, CancellingInAFolderThatWasThereTakesOnlyItsOwnFilesAway)
     ASSERT_TRUE(waitFor([this] { return !desktop.sheets.empty(); }));
     EXPECT_EQ(savedNames(), QStringList({"layer1_image.psd", "mine.txt"}));
     EXPECT_EQ(contentsOf(saved() + "/layer1_image.psd"), "older");
+}
+
+TEST_F(Saving, TheLongestNamesThereAreAreSaved)
+{
+    launch();
+    const QString ending = QStringLiteral(".psd");
+    std::vector<FileRecord> files;
+    for (const int bytes : {250, 251, 255}) {
+        files.push_back(writeSalvaged(QString(bytes - 4, 'n') + ending, 3000, bytes));
+    }
+    // Cut to its first 200 bytes it would end within a character.
+    files.push_back(writeSalvaged('a' + QString(125, QChar(0x00FC)) + ending, 3000, 4));
+    QDir().mkpath(path("out"));
+    desktop.chosenDestination = SaveDestination{path("out"), "Repaired PSD Files"};
+    postComplete(files, 12'000);
+    std::vector<QByteArray> contents;
+    for (int number = 1; number <= 4; ++number) {
+        contents.push_back(contentsOf(source(number)));
+    }
+    ASSERT_TRUE(saveToEnd());
+    desktop.dismissSheet();
+    EXPECT_EQ(desktop.sheetTexts(), QStringList("Saving Process completed."));
+    ASSERT_EQ(savedNames().size(), 4);
+    for (std::size_t index = 0; index < contents.size(); ++index) {
+        const QString name = QString::fromStdString(lastPathComponent(files[index].filePath));
+        EXPECT_EQ(contentsOf(saved() + '/' + name), contents[index]);
+    }
+}
+
+TEST_F(Saving, WhatTheUserCallsLikeAnUnfinishedCopyIsLeftAlone)
+{
+    showResults({5000, 5000});
+    QDir().mkpath(saved());
+    const QStringList mine = {".layer1_image.psd.part", ".layer1_image.psd.part1",
+                              ".layer2_image.psd.part1"};
+    for (const QString& name : mine) {
+        write("out/Repaired PSD Files/" + name, "mine");
+    }
+    system.holdReads = true;
+    app->saveFile(nullptr);
+    ASSERT_TRUE(waitFor([this] { return system.heldReads > 0; }));
+    click("cancelSave");
+    system.holdReads = false;
+    ASSERT_TRUE(waitFor([this] { return !desktop.sheets.empty(); }));
+    EXPECT_EQ(desktop.sheetTexts(), QStringList("Saving process aborted."));
+    EXPECT_EQ(savedNames(), mine);
+    for (const QString& name : mine) {
+        EXPECT_EQ(contentsOf(saved() + '/' + name), "mine");
+    }
+}
+
+TEST_F(Saving, ASaveBesideTheUsersUnfinishedCopyLeavesItAndGetsItsOwnName)
+{
+    showResults({5000});
+    QDir().mkpath(saved());
+    write("out/Repaired PSD Files/.layer1_image.psd.part1", "mine");
+    const QByteArray expected = contentsOf(source(1));
+    ASSERT_TRUE(saveToEnd());
+    EXPECT_EQ(savedNames(), QStringList({".layer1_image.psd.part1", "layer1_image.psd"}));
+    EXPECT_EQ(contentsOf(saved() + "/.layer1_image.psd.part1"), "mine");
+    EXPECT_EQ(contentsOf(saved() + "/layer1_image.psd"), expected);
 }
 
 TEST_F(Saving, AFileThatIsNotWholeIsNamedAndTheResultsStay)

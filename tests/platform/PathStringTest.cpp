@@ -40,4 +40,18 @@ TEST(PathString, JoiningPutsOneSlashBetween)
     EXPECT_EQ(appendingPathComponent("", "b"), "b");
 }
 
+TEST(PathString, ANameIsCutToBytesBetweenCharacters)
+{
+    EXPECT_EQ(cutToBytes("poster", 6), "poster");
+    EXPECT_EQ(cutToBytes("poster", 4), "post");
+    EXPECT_EQ(cutToBytes("b\u00FCro", 2), "b");
+    EXPECT_EQ(cutToBytes("b\u00FCro", 3), "b\u00FC");
+    for (const std::size_t most : {3U, 4U, 5U}) {
+        EXPECT_EQ(cutToBytes("ab\U0001F3A8", most), "ab");
+    }
+    EXPECT_EQ(cutToBytes("ab\U0001F3A8", 6), "ab\U0001F3A8");
+    EXPECT_EQ(cutToBytes(std::string(9, '\x80'), 5), std::string(5, '\x80'));
+    EXPECT_EQ(cutToBytes("poster", 0), "");
+}
+
 } // namespace talvek::test
