@@ -1,6 +1,7 @@
 #include "frontend/DeepResults.h"
 
 #include "platform/PathString.h"
+#include "recovery/LayeredDocumentName.h"
 #include "recovery/output/Picture.h"
 #include "recovery/output/Verdict.h"
 
@@ -208,10 +209,10 @@ void Collector::addMask(const Channel& channel, std::int32_t layer, PictureFile:
 QString layeredDocumentIn(const FileManager& files, const std::string& folder,
                           const std::string& document)
 {
-    const std::string stem = deletingPathExtension(lastPathComponent(document));
-    for (const char* ending : {"_layers.psd", "_layers.psb"}) {
-        if (files.existsAtPath(appendingPathComponent(folder, stem + ending))) {
-            return QFile::decodeName((stem + ending).c_str());
+    for (const bool isLarge : {false, true}) {
+        const std::string name = recovery::layeredDocumentName(document, isLarge);
+        if (files.existsAtPath(appendingPathComponent(folder, name))) {
+            return QFile::decodeName(name.c_str());
         }
     }
     return {};

@@ -3,6 +3,7 @@
 #include "frontend/SavePlace.h"
 #include "frontend/ShownText.h"
 #include "platform/PathString.h"
+#include "recovery/LayeredDocumentName.h"
 
 #include <QDir>
 #include <QFile>
@@ -24,8 +25,7 @@ std::string encoded(const QString& path)
 
 QString stemOf(const QString& path)
 {
-    return QFile::decodeName(
-        deletingPathExtension(lastPathComponent(QFile::encodeName(path).toStdString())).c_str());
+    return QFile::decodeName(recovery::stemForNames(encoded(path)).c_str());
 }
 
 /// A document without its ending would be opened by nothing.

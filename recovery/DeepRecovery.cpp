@@ -1,11 +1,10 @@
 #include "recovery/DeepRecovery.h"
 
 #include "recovery/Examination.h"
+#include "recovery/LayeredDocumentName.h"
 #include "recovery/LayeredDocumentWriter.h"
 #include "recovery/PlaneReader.h"
 #include "recovery/ReportWriter.h"
-
-#include <filesystem>
 
 namespace talvek::recovery {
 
@@ -13,13 +12,6 @@ namespace {
 
 /// Examining and writing share the progress bar.
 constexpr double kExamined = 0.7;
-
-std::string stemOf(const std::string& path)
-{
-    const std::string name = path.substr(path.find_last_of('/') + 1);
-    const std::size_t dot = name.find_last_of('.');
-    return dot == std::string::npos || dot == 0 ? name : name.substr(0, dot);
-}
 
 } // namespace
 
@@ -54,11 +46,10 @@ bool DeepRecovery::writeAll(const std::string& path, const std::string& folder)
     if (!m_document.layers.empty() || !m_document.composite.channels.empty()) {
         SourceFiles sources(m_files, m_document.sources);
         LayeredDocumentWriter writer(m_files, sources, m_document, m_control);
-        const char* extension = m_document.facts.version == 2 ? ".psb" : ".psd";
-        written =
-            writer.write(folder + "/" + stemOf(path) + "_layers" + extension, [this](double share) {
-                post("Writing the layered document", kExamined + (1 - kExamined) * share);
-            });
+        const std::string name = layeredDocumentName(path, m_document.facts.version == 2);
+        written = writer.write(folder + "/" + name, [this](double share) {
+            post("Writing the layered document", kExamined + (1 - kExamined) * share);
+        });
     }
     const bool reported = writeReport(m_files, m_document, folder + "/report.json");
     post("Done", 1);

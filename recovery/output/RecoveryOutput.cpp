@@ -11,6 +11,7 @@
 #include "recovery/CompositeFinder.h"
 #include "recovery/Examination.h"
 #include "recovery/HeaderFinder.h"
+#include "recovery/LayeredDocumentName.h"
 #include "recovery/LayeredDocumentWriter.h"
 #include "recovery/PlaneReader.h"
 #include "recovery/ReportWriter.h"
@@ -35,8 +36,8 @@ const std::string kReportName = "report.json";
 
 std::vector<std::string> layeredNames(const RecoveredDocument& document)
 {
-    const std::string stem = deletingPathExtension(lastPathComponent(document.sources.at(0)));
-    return {stem + "_layers.psd", stem + "_layers.psb"};
+    const std::string& path = document.sources.at(0);
+    return {layeredDocumentName(path, false), layeredDocumentName(path, true)};
 }
 
 /// The picture that was made anew stands in the layered document alone. It is read there, because

@@ -260,14 +260,15 @@ TEST_F(Deep, AVolumeThatFillsUpIsStatus3AndLeftAsItWas)
     EXPECT_TRUE(unmountVolume(volume));
 }
 
-TEST_F(Deep, ANameTooLongForWhatIsMadeOfItIsSaid)
+TEST_F(Deep, ANameTooLongForWhatIsMadeOfItIsShortened)
 {
-    const std::string name = std::string(250, 'n') + ".psd";
+    const std::string name = std::string(251, 'n') + ".psd";
     write(scratch, name, layeredDocument());
     const Ending ending = recover(name);
-    EXPECT_EQ(ending.status, 3);
-    EXPECT_TRUE(holds(ending.error, "Give the document a shorter one.")) << ending.error;
-    EXPECT_EQ(scratch.names(), Names{name});
+    EXPECT_EQ(ending.status, 0) << ending.error;
+    EXPECT_TRUE(scratch.has("out/" + std::string(244, 'n') + "_layers.psd"));
+    EXPECT_TRUE(
+        holds(contentsOf(scratch.at("out/report.html")), std::string(244, 'n') + "_layers.psd"));
 }
 
 TEST_F(Deep, SeveralDocumentsHaveAFolderEachAndTheWorstStatusWins)

@@ -70,6 +70,22 @@ TEST_F(DeepSaving, EverythingIsSavedAsItStandsWithoutOurMark)
     EXPECT_EQ(contentsOf(path("out/all/report.html")), recovered("report.html"));
 }
 
+TEST_F(DeepSaving, ADocumentOfTheLongestNameIsRecoveredAndSaved)
+{
+    launch();
+    ASSERT_TRUE(deepToEnd(writeDamaged(QString(251, 'n') + ".psd", threeLayers().build())));
+    QDir().mkpath(path("out"));
+    const QString made = QString(244, 'n') + "_layers.psd";
+    EXPECT_TRUE(filesIn(workingFolder()).contains(made));
+    ASSERT_TRUE(saveToEnd("saveLayeredButton", made));
+    EXPECT_EQ(desktop.savePanels.at(0).nameField, made);
+    EXPECT_EQ(contentsOf(path("out/" + made)), recovered(made));
+    click("savePicturesButton");
+    EXPECT_EQ(desktop.savePanels.at(1).nameField, QString(244, 'n') + " layers");
+    click("saveEverythingButton");
+    EXPECT_EQ(desktop.savePanels.at(2).nameField, QString(244, 'n') + " recovered");
+}
+
 TEST_F(DeepSaving, SavedResultsAreLeftWithoutAsking)
 {
     showResults();

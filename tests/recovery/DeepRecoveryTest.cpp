@@ -1,6 +1,7 @@
 #include "recovery/DeepRecovery.h"
 
 #include "recovery/Findings.h"
+#include "recovery/LayeredDocumentName.h"
 #include "tests/recovery/Damaged.h"
 
 #include <gtest/gtest.h>
@@ -32,6 +33,19 @@ TEST(DeepRecovery, TheReportSaysWhatEachPlaneIsAndWhatProvesIt)
     EXPECT_EQ(layer["channels"][0]["id"], -1);
     EXPECT_EQ(layer["channels"][0]["proof"], "PackBits rows");
     EXPECT_EQ(report["composite"]["state"], "whole");
+}
+
+TEST(DeepRecovery, NamesOfAnyLengthMakeOneThatFits)
+{
+    EXPECT_EQ(layeredDocumentName("/a.b/poster.psd", false), "poster_layers.psd");
+    EXPECT_EQ(layeredDocumentName("/a.b/poster", true), "poster_layers.psb");
+    const std::string fits(244, 'n');
+    for (const std::size_t bytes : {244U, 245U, 251U}) {
+        EXPECT_EQ(layeredDocumentName(std::string(bytes, 'n') + ".psd", false),
+                  fits + "_layers.psd");
+    }
+    EXPECT_EQ(layeredDocumentName(std::string(243, 'n') + "\u00FC\u00FC.psd", true),
+              std::string(243, 'n') + "_layers.psb");
 }
 
 TEST(DeepRecovery, TheReportNamesLostRows)
