@@ -112,11 +112,11 @@ void DeepSaver::panelEnded(What what, const DeepResults& results,
     const QString name =
         isFile ? withEnding(destination.name, results.layeredDocument) : destination.name;
     const QString path = QDir::cleanPath(destination.parentFolder + QLatin1Char('/') + name);
-    if (!mayUse(path, isFile, results) || !mayReplace(path, isFile)) {
+    if (!mayUse(path, isFile, results)) {
         return;
     }
     const Plan plan = planFor(what, results, path);
-    if (!hasRoom(plan)) {
+    if (!sparesDocument(plan, results) || !mayReplace(path, isFile) || !hasRoom(plan)) {
         return;
     }
     if (!isFile && !m_files.createFolders(encoded(path), FileManager::kSharedFolder)) {
@@ -139,12 +139,24 @@ bool DeepSaver::mayUse(const QString& path, bool isFile, const DeepResults& resu
         refuse();
         return false;
     }
-    if (isFile && resolvedPath(path) == resolvedPath(results.document)) {
+    if (isFile && isSameFile(path, results.document)) {
         m_desktop.runAlertPanel(m_window, {tr("This is the damaged document"),
                                            tr("It is only read, never changed. Please choose "
                                               "another name."),
                                            QStringLiteral("OK")});
         return false;
+    }
+    return true;
+}
+
+/// A folder that is saved into may hold the document, under a name that recovered files have too.
+bool DeepSaver::sparesDocument(const Plan& plan, const DeepResults& results)
+{
+    for (const FileCopy& copy : plan.copies) {
+        if (isSameFile(QFile::decodeName(copy.destination.c_str()), results.document)) {
+            refuse();
+            return false;
+        }
     }
     return true;
 }

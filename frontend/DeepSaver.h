@@ -61,6 +61,7 @@ private:
     [[nodiscard]] Plan planFor(What what, const DeepResults& results, const QString& path) const;
     void panelEnded(What what, const DeepResults& results, const SaveDestination& destination);
     [[nodiscard]] bool mayUse(const QString& path, bool isFile, const DeepResults& results);
+    [[nodiscard]] bool sparesDocument(const Plan& plan, const DeepResults& results);
     [[nodiscard]] bool mayReplace(const QString& path, bool isFile);
     [[nodiscard]] bool hasRoom(const Plan& plan);
     void begin(const Plan& plan, What what);

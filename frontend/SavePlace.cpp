@@ -1,6 +1,10 @@
 #include "frontend/SavePlace.h"
 
+#include <QFile>
 #include <QFileInfo>
+
+#include <filesystem>
+#include <system_error>
 
 namespace talvek {
 
@@ -20,6 +24,18 @@ bool isOrLiesIn(const QString& path, const QString& folder)
     const QString inner = resolvedPath(path);
     const QString outer = resolvedPath(folder);
     return inner == outer || inner.startsWith(outer + QLatin1Char('/'));
+}
+
+bool isSameFile(const QString& path, const QString& other)
+{
+    if (path.isEmpty() || other.isEmpty()) {
+        return false;
+    }
+    // On some volumes names that differ in case are one file's.
+    std::error_code ignored;
+    return resolvedPath(path) == resolvedPath(other) ||
+           std::filesystem::equivalent(QFile::encodeName(path).toStdString(),
+                                       QFile::encodeName(other).toStdString(), ignored);
 }
 
 } // namespace talvek

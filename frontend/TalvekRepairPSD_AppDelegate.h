@@ -213,6 +213,7 @@ private:
     // A save's course.
     void savePanelEnded(const SaveDestination& destination);
     [[nodiscard]] bool mayUseFolder(const QString& folder);
+    [[nodiscard]] bool wouldReplaceDocument(const QString& folder) const;
     void saveInto(const QString& folder);
     void runDiskNotWritable();
     [[nodiscard]] std::uint64_t freeSizeAfterMaking(const std::string& folder);

@@ -16,6 +16,7 @@
 #include <QPushButton>
 #include <QTableView>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <optional>
@@ -32,6 +33,17 @@ constexpr int kMostNamesShown = 8;
 std::string encoded(const QString& path)
 {
     return QFile::encodeName(path).toStdString();
+}
+
+std::vector<FileCopy> copiesInto(const std::string& folder, const std::vector<FileRecord>& records)
+{
+    std::vector<FileCopy> copies;
+    copies.reserve(records.size());
+    for (const FileRecord& record : records) {
+        copies.push_back(
+            {record.filePath, appendingPathComponent(folder, lastPathComponent(record.filePath))});
+    }
+    return copies;
 }
 
 QStringList namesOf(const CopyResult& result)
@@ -76,7 +88,8 @@ bool TalvekRepairPSD_AppDelegate::mayUseFolder(const QString& folder)
     // So is the deep recovery's folder, when the next one begins.
     const bool isDoomed =
         isOrLiesIn(folder, m_repairedFilesPath) || isOrLiesIn(folder, m_deep->workingFolder());
-    if (isDoomed || !m_files.isWritableAtPath(deletingLastPathComponent(encoded(folder)))) {
+    if (isDoomed || wouldReplaceDocument(folder) ||
+        !m_files.isWritableAtPath(deletingLastPathComponent(encoded(folder)))) {
         runDiskNotWritable();
         return false;
     }
@@ -88,6 +101,16 @@ bool TalvekRepairPSD_AppDelegate::mayUseFolder(const QString& folder)
         tr("The salvaged files are put into it. Files of the same names in it are replaced."),
         tr("Save There"), tr("Cancel")};
     return m_desktop.runAlertPanel(m_window.get(), question) != AlertAnswer::Alternate;
+}
+
+/// A salvaged file that is repaired once more is called like those that come of it.
+bool TalvekRepairPSD_AppDelegate::wouldReplaceDocument(const QString& folder) const
+{
+    const auto copies =
+        copiesInto(encoded(folder), m_arrayFiles.value_or(std::vector<FileRecord>()));
+    return std::any_of(copies.begin(), copies.end(), [this](const FileCopy& copy) {
+        return isSameFile(QFile::decodeName(copy.destination.c_str()), m_corruptFilePath);
+    });
 }
 
 void TalvekRepairPSD_AppDelegate::runDiskNotWritable()
@@ -161,14 +184,8 @@ CopyResult TalvekRepairPSD_AppDelegate::copyFiles(const std::string& folder,
                                                   const std::vector<FileRecord>& records,
                                                   bool folderIsNew)
 {
-    std::vector<FileCopy> copies;
-    copies.reserve(records.size());
-    for (const FileRecord& record : records) {
-        copies.push_back(
-            {record.filePath, appendingPathComponent(folder, lastPathComponent(record.filePath))});
-    }
     return FileCopier(m_system, m_savingAbort)
-        .copyAll(copies, folderIsNew ? folder : std::string(),
+        .copyAll(copiesInto(folder, records), folderIsNew ? folder : std::string(),
                  [this, shown = 0](const CopyProgress& done) mutable {
                      if (std::exchange(shown, done.files) != done.files) {
                          QMetaObject::invokeMethod(

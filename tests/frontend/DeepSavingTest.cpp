@@ -173,6 +173,27 @@ TEST_F(DeepSaving, TheDamagedDocumentIsNeverReplaced)
     EXPECT_EQ(contentsOf(path("poster.psd")), before);
 }
 
+TEST_F(DeepSaving, TheDamagedDocumentIsNotReplacedByAFileOfAFolderEither)
+{
+    launch();
+    QDir().mkpath(path("out/mine"));
+    const QString document =
+        writeDamaged(QStringLiteral("out/mine/Composite.png"), threeLayers().build());
+    const QByteArray before = contentsOf(document);
+    ASSERT_TRUE(deepToEnd(document));
+    QFile::link(path("out/mine"), path("out/link"));
+    for (const QString& name : {QStringLiteral("mine"), QStringLiteral("link")}) {
+        desktop.chosenDestination = SaveDestination{path("out"), name};
+        click("savePicturesButton");
+        click("saveEverythingButton");
+    }
+    EXPECT_EQ(desktop.alertTitles(), QStringList(4, "! Disk is not writable"));
+    EXPECT_EQ(filesIn(path("out/mine")), QStringList("Composite.png"));
+    EXPECT_EQ(contentsOf(document), before);
+    EXPECT_EQ(screen(), "5");
+    EXPECT_TRUE(saveToEnd("saveEverythingButton", "elsewhere"));
+}
+
 TEST_F(DeepSaving, AFileThatExistsIsReplacedOnlyWhenAskedFor)
 {
     showResults();

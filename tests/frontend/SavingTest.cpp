@@ -249,6 +249,28 @@ TEST_F(Saving, CancellingInAFolderThatWasThereTakesOnlyItsOwnFilesAway)
     EXPECT_EQ(contentsOf(saved() + "/layer1_image.psd"), "older");
 }
 
+TEST_F(Saving, TheDamagedDocumentIsNeverReplaced)
+{
+    launch();
+    QDir().mkpath(saved());
+    const QString document = write("out/Repaired PSD Files/layer1_image.psd", "damaged");
+    choose(document);
+    postComplete({writeSalvaged("layer0_image.psd", 10), writeSalvaged("layer1_image.psd", 10, 2)},
+                 20);
+    QFile::link(path("out"), path("link"));
+    for (const QString& place : {path("out"), path("link")}) {
+        desktop.chosenDestination = SaveDestination{place, "Repaired PSD Files"};
+        app->saveFile(nullptr);
+    }
+    EXPECT_EQ(desktop.alertTitles(), QStringList(2, "! Disk is not writable"));
+    EXPECT_EQ(screen(), "2");
+    EXPECT_EQ(savedNames(), QStringList("layer1_image.psd"));
+    EXPECT_EQ(contentsOf(document), "damaged");
+    desktop.chosenDestination = SaveDestination{path("out"), "elsewhere"};
+    ASSERT_TRUE(saveToEnd());
+    EXPECT_EQ(desktop.sheetTexts(), QStringList("Saving Process completed."));
+}
+
 TEST_F(Saving, TheLongestNamesThereAreAreSaved)
 {
     launch();
