@@ -28,7 +28,8 @@ bool isOrLiesIn(const QString& path, const QString& folder)
 
 bool isSameFile(const QString& path, const QString& other)
 {
-    if (path.isEmpty() || other.isEmpty()) {
+    // Whatever lies in folders that are not there resolves to the same place.
+    if (!QFileInfo::exists(path) || !QFileInfo::exists(other)) {
         return false;
     }
     // On some volumes names that differ in case are one file's.

@@ -10,8 +10,8 @@ QString resolvedPath(const QString& path);
 /// Links resolved on both sides. A folder that does not exist holds nothing.
 bool isOrLiesIn(const QString& path, const QString& folder);
 
-/// Both lead to the same file, by whatever links or ways of writing its name. Never where `path`
-/// or `other` is empty.
+/// Both lead to the same file, by whatever links or ways of writing its name. Never where nothing
+/// is there.
 bool isSameFile(const QString& path, const QString& other);
 
 } // namespace talvek
