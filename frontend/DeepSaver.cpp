@@ -208,7 +208,10 @@ DeepSaver::Plan DeepSaver::planFor(What what, const DeepResults& results, const 
 /// Before anything is made, so that a refused place stays as it was.
 bool DeepSaver::hasRoom(const Plan& plan)
 {
-    const auto freeSize = m_files.freeSizeAtPath(deletingLastPathComponent(encoded(plan.path)));
+    // A folder that is there may stand on another volume than the one that it is seen in.
+    const std::string path = encoded(plan.path);
+    const auto freeSize =
+        m_files.freeSizeAtPath(m_files.isFolder(path) ? path : deletingLastPathComponent(path));
     if (freeSize.value_or(0) > static_cast<std::uint64_t>(plan.bytes)) {
         return true;
     }

@@ -217,6 +217,20 @@ TEST_F(DeepSaving, AFullVolumeIsToldAndNothingIsMade)
     EXPECT_FALSE(QDir(path("out/all")).exists());
 }
 
+TEST_F(DeepSaving, AFolderThatIsThereIsAskedForItsOwnRoom)
+{
+    showResults();
+    QDir().mkpath(path("out/all"));
+    system.fillVolumeAt(path("out/all").toStdString());
+    desktop.chosenDestination = SaveDestination{path("out"), "all"};
+    click("saveEverythingButton");
+    EXPECT_EQ(desktop.alertTitles().last(), "! Not enough free disk space");
+    EXPECT_TRUE(filesIn(path("out/all")).isEmpty());
+    system.fillVolumeAt(path("out").toStdString());
+    ASSERT_TRUE(saveToEnd("saveEverythingButton", "all"));
+    EXPECT_EQ(desktop.sheetTexts(), QStringList("Saving Process completed."));
+}
+
 TEST_F(DeepSaving, WhileItSavesClosingAndHomeAreRefusedAndTheBarIsShown)
 {
     showResults();

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <mutex>
 #include <set>
+#include <string>
 #include <thread>
 
 namespace talvek::test {
@@ -34,6 +35,13 @@ public:
     {
         const std::lock_guard lock(m_mutex);
         m_offsetsRead.clear();
+    }
+
+    /// Nothing is free there, and as much as it is elsewhere.
+    void fillVolumeAt(const std::string& path)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_fullPath = path;
     }
 
     ssize_t readAt(int descriptor, std::span<std::uint8_t> into, std::int64_t offset) override
@@ -68,6 +76,12 @@ public:
     }
     std::optional<std::uint64_t> freeBytes(const std::string& path) override
     {
+        {
+            const std::lock_guard lock(m_mutex);
+            if (path == m_fullPath) {
+                return 0;
+            }
+        }
         const std::int64_t left = freeBytesLeft;
         return left < 0 ? SystemCalls::freeBytes(path)
                         : std::optional(static_cast<std::uint64_t>(left));
@@ -76,6 +90,7 @@ public:
 private:
     mutable std::mutex m_mutex;
     std::set<std::int64_t> m_offsetsRead;
+    std::string m_fullPath;
     /// Reads of the test's own thread are never held up: nobody could let them go on.
     const std::thread::id m_testThread = std::this_thread::get_id();
 };
