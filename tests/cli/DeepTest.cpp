@@ -143,6 +143,20 @@ TEST_F(Deep, APictureMadeAnewIsAFileAndOnThePage)
     EXPECT_TRUE(holds(contentsOf(scratch.at("out/report.html")), "Made anew from the layers."));
 }
 
+TEST_F(Deep, APictureMadeAnewOfALargeDocumentIsAFileToo)
+{
+    constexpr std::size_t kCompositeBytes = 2 + 3 * 40 * 60;
+    Bytes document = largeDocument();
+    document.resize(document.size() - kCompositeBytes);
+    scratch.write("a.psb", std::string(document.begin(), document.end()));
+    const Ending ending = recover("a.psb");
+    EXPECT_TRUE(holds(ending.output, "has been made anew from the layers")) << ending.output;
+    const std::string report = contentsOf(scratch.at("out/report.json"));
+    EXPECT_TRUE(holds(report, "\"flattened\":true")) << report;
+    EXPECT_TRUE(holds(report, "\"composite_png\": \"Composite.png\"")) << report;
+    EXPECT_EQ(contentsOf(scratch.at("out/Composite.png")).substr(1, 3), "PNG");
+}
+
 TEST_F(Deep, AVanishedLayerIsStatus4)
 {
     Document document = layeredDocument();
