@@ -10,6 +10,7 @@
 #include <QFileInfo>
 #include <QWidget>
 
+#include <algorithm>
 #include <utility>
 
 namespace talvek {
@@ -152,13 +153,14 @@ bool DeepSaver::mayUse(const QString& path, bool isFile, const DeepResults& resu
 /// A folder that is saved into may hold the document, under a name that recovered files have too.
 bool DeepSaver::sparesDocument(const Plan& plan, const DeepResults& results)
 {
-    for (const FileCopy& copy : plan.copies) {
-        if (isSameFile(QFile::decodeName(copy.destination.c_str()), results.document)) {
-            refuse();
-            return false;
-        }
+    const bool isSpared =
+        std::none_of(plan.copies.begin(), plan.copies.end(), [&results](const FileCopy& copy) {
+            return isSameFile(QFile::decodeName(copy.destination.c_str()), results.document);
+        });
+    if (!isSpared) {
+        refuse();
     }
-    return true;
+    return isSpared;
 }
 
 bool DeepSaver::mayReplace(const QString& path, bool isFile)
