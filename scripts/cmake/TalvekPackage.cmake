@@ -45,8 +45,9 @@ set(CPACK_PACKAGE_CONTACT "Talvek <support@talvek.example>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
 set(CPACK_PACKAGE_DESCRIPTION
     "Reads a damaged PSD document straight from the disk and brings back the whole picture, every
-layer and mask that can still be found, and the thumbnail, each as a file of its own. With a
-window for looking at them, and a command line.")
+layer and mask that can still be found, and the thumbnail, each as a file of its own; its deep
+recovery puts what survives back into one layered document. With a window for looking at them, and a
+command line.")
 # The bundle's place is absolute.
 set(CPACK_SET_DESTDIR ON)
 set(CPACK_INSTALL_PREFIX /usr)
