@@ -80,7 +80,7 @@ bool DeepRun::writeRest(const std::string& folder)
 {
     recovery::output::OutputOptions options;
     options.fromReference = m_fromReference;
-    recovery::output::RecoveryOutput output(m_files, m_control, std::move(options));
+    recovery::output::RecoveryOutput output(m_files, m_recovery.control(), std::move(options));
     const auto progress = [this](const std::string& status, double share) {
         if (share < 1) {
             tell(status, kShareOfDocument + (1 - kShareOfDocument) * share);
@@ -99,7 +99,6 @@ void DeepRun::tell(const std::string& status, double share)
 void DeepRun::stopRun()
 {
     m_recovery.setStopflag(true);
-    m_control.setStop(true);
 }
 
 } // namespace talvek

@@ -3,7 +3,6 @@
 #include "cli/Interruption.h"
 #include "platform/FileManager.h"
 #include "recovery/DeepRecovery.h"
-#include "recovery/RunControl.h"
 
 #include <functional>
 #include <string>
@@ -45,7 +44,6 @@ private:
     FileManager& m_files;
     Progress m_progress;
     recovery::DeepRecovery m_recovery;
-    recovery::RunControl m_control; ///< of what is written behind the layered document
     std::vector<std::string> m_fromReference;
     double m_share = 0;
 };

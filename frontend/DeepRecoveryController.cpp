@@ -27,7 +27,6 @@ namespace talvek {
 namespace {
 
 constexpr int kMillisecondsASecond = 1000;
-constexpr int kSecondsAMinute = 60;
 constexpr int kFieldMargin = 2;
 
 /// The state that the recovery calls `word`, as the results screen calls it.
@@ -218,12 +217,7 @@ void DeepRecoveryController::showProgress(const QString& status, double percent)
 void DeepRecoveryController::showTime()
 {
     const qint64 running = m_time.isValid() ? m_time.elapsed() : 0;
-    const qint64 seconds = (m_millisecondsRun + running) / kMillisecondsASecond;
-    const QString time = QStringLiteral("%1:%2")
-                             .arg(seconds / kSecondsAMinute)
-                             .arg(seconds % kSecondsAMinute, 2, 10, QLatin1Char('0'));
-    m_runView->deepPercentLabel->setText(
-        tr("%1 %, %2").arg(QLocale().toString(m_percent, 'f', 0), time));
+    m_runView->deepPercentLabel->setText(shownProgress(m_percent, m_millisecondsRun + running));
 }
 
 void DeepRecoveryController::startClock()

@@ -151,7 +151,7 @@ void Collector::addWholePicture(const QString& layeredDocument)
     item.picture = pictureOf(-1, PictureFile::Kind::Composite);
     takeLostRows(recovery::output::pictureOfComposite(m_document), item);
     if (item.picture.isEmpty() && !layeredDocument.isEmpty()) {
-        // The one that was made anew stands in the layered document alone.
+        // Without a file of its own, the one that was made anew still stands in the document.
         item.picture = pathOf(QFile::encodeName(layeredDocument).toStdString());
     }
     m_items.push_back(std::move(item));

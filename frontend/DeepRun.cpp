@@ -9,14 +9,6 @@ namespace {
 /// Recovering and writing the pictures take about the same time.
 constexpr double kRecovered = 0.5;
 
-template <typename Value>
-Value valueOf(const UserInfo& info, const char* key)
-{
-    const auto entry = info.find(key);
-    const Value* value = entry == info.end() ? nullptr : std::get_if<Value>(&entry->second);
-    return value != nullptr ? *value : Value{};
-}
-
 } // namespace
 
 DeepRun::DeepRun(SystemCalls& system, std::string document, std::string folder, Listener listener)

@@ -1,5 +1,7 @@
 #include "frontend/ShownText.h"
 
+#include <QCoreApplication>
+#include <QLocale>
 #include <QTextDocument>
 
 namespace talvek {
@@ -51,6 +53,17 @@ QString shownName(const QString& name)
 QString shownInToolTip(const QString& name)
 {
     return name.isEmpty() ? QString() : Qt::convertFromPlainText(shownName(name));
+}
+
+QString shownProgress(double percent, qint64 milliseconds)
+{
+    constexpr int kMillisecondsASecond = 1000;
+    constexpr int kSecondsAMinute = 60;
+    const qint64 seconds = milliseconds / kMillisecondsASecond;
+    return QCoreApplication::translate("ShownText", "%1 %, %2:%3")
+        .arg(QLocale().toString(percent, 'f', 0))
+        .arg(seconds / kSecondsAMinute)
+        .arg(seconds % kSecondsAMinute, 2, 10, QLatin1Char('0'));
 }
 
 QString shownInTitle(const QString& name)

@@ -14,6 +14,9 @@ QString shownName(const QString& name);
 /// For a tool tip, which would otherwise take whatever looks like a tag for one.
 QString shownInToolTip(const QString& name);
 
+/// What stands beside a bar: the share that is done and the time that it took, as in "40 %, 1:05".
+QString shownProgress(double percent, qint64 milliseconds);
+
 /// For a window's title, in which Qt gives "[*]" a meaning of its own.
 QString shownInTitle(const QString& name);
 

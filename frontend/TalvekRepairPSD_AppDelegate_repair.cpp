@@ -21,22 +21,6 @@
 
 namespace talvek {
 
-namespace {
-
-/// What stands under `key`, if it is of that type; the type's empty value otherwise.
-template <typename Value>
-Value valueOf(const UserInfo& notification, const std::string& key)
-{
-    const auto entry = notification.find(key);
-    if (entry == notification.end()) {
-        return {};
-    }
-    const Value* value = std::get_if<Value>(&entry->second);
-    return value != nullptr ? *value : Value{};
-}
-
-} // namespace
-
 void TalvekRepairPSD_AppDelegate::selectCorruptFile(QObject* /*sender*/)
 {
     const OpenPanel panel{{QStringLiteral("psd"), QStringLiteral("pdd")}};

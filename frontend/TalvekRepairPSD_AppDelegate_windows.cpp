@@ -29,7 +29,6 @@ constexpr int kSizeColumnWidth = 150;
 constexpr int kDropImageSize = 96;
 constexpr int kFieldMargin = 2;
 constexpr int kMillisecondsASecond = 1000;
-constexpr int kSecondsAMinute = 60;
 constexpr int kMostTitleWidth = 640;
 
 void setUpColumns(QTableView* table)
@@ -274,13 +273,8 @@ void TalvekRepairPSD_AppDelegate::updateControls()
 void TalvekRepairPSD_AppDelegate::showRepairTime()
 {
     const qint64 running = m_repairTime.isValid() ? m_repairTime.elapsed() : 0;
-    const qint64 seconds = (m_millisecondsRepaired + running) / kMillisecondsASecond;
-    const QString time = QStringLiteral("%1:%2")
-                             .arg(seconds / kSecondsAMinute)
-                             .arg(seconds % kSecondsAMinute, 2, 10, QLatin1Char('0'));
-    const double percentage = 100 * repairProgressBar->fractionShown();
     m_window->ui().repairPercentLabel->setText(
-        tr("%1 %, %2").arg(QLocale().toString(percentage, 'f', 0), time));
+        shownProgress(100 * repairProgressBar->fractionShown(), m_millisecondsRepaired + running));
 }
 
 void TalvekRepairPSD_AppDelegate::showChoice()

@@ -27,6 +27,15 @@ struct FileRecord
 using UserInfoValue = std::variant<std::string, double, std::uint64_t, std::vector<FileRecord>>;
 using UserInfo = std::map<std::string, UserInfoValue>;
 
+/// What stands under `key`, if it is of that type; the type's empty value otherwise.
+template <typename Value>
+Value valueOf(const UserInfo& userInfo, const std::string& key)
+{
+    const auto entry = userInfo.find(key);
+    const Value* value = entry == userInfo.end() ? nullptr : std::get_if<Value>(&entry->second);
+    return value != nullptr ? *value : Value{};
+}
+
 /// Hands named notifications to whoever asked for them.
 ///
 /// Posting is synchronous: every observer has been called, on the posting thread, when `post`

@@ -32,14 +32,6 @@ std::uint64_t positive(std::int32_t number)
     return static_cast<std::uint64_t>(std::max(number, 0));
 }
 
-template <typename Value>
-Value valueOf(const UserInfo& info, const char* key)
-{
-    const auto entry = info.find(key);
-    const Value* value = entry == info.end() ? nullptr : std::get_if<Value>(&entry->second);
-    return value != nullptr ? *value : Value{};
-}
-
 } // namespace
 
 Findings findingsOf(const RecoveredDocument& document, const std::vector<LayerRecord>& records)

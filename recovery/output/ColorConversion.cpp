@@ -1,5 +1,6 @@
 #include "recovery/output/ColorConversion.h"
 
+#include "recovery/HeaderFinder.h"
 #include "recovery/output/ProfileTransform.h"
 
 #include <algorithm>
@@ -26,21 +27,6 @@ ColorMode soundMode(const ColorFacts& facts)
     const bool needsOtherDepth =
         facts.mode == ColorMode::Bitmap || (facts.mode == ColorMode::Indexed && facts.depth != 8);
     return needsOtherDepth ? ColorMode::Grayscale : facts.mode;
-}
-
-int planesOf(ColorMode mode, int colors)
-{
-    switch (mode) {
-    case ColorMode::Rgb:
-    case ColorMode::Lab:
-        return 3;
-    case ColorMode::Cmyk:
-        return 4;
-    case ColorMode::Multichannel:
-        return std::clamp(colors, 1, 4);
-    default:
-        return 1;
-    }
 }
 
 double encodeSrgb(double light)
@@ -78,6 +64,13 @@ Sample multiplied(Sample a, Sample b)
 }
 
 } // namespace
+
+int planesOf(ColorMode mode, int channels)
+{
+    constexpr int kMostInks = 4;
+    return mode == ColorMode::Multichannel ? std::clamp(channels, 1, kMostInks)
+                                           : std::max(1, colorsOf(mode));
+}
 
 /// Holds the transform away from the header, which needs no colour library.
 struct ColorConversion::Transform : ProfileTransform

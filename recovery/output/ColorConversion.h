@@ -22,6 +22,10 @@ struct ColorFacts
     bool areAmounts = false;                ///< 32-bit samples are shares of one and not light
 };
 
+/// Colour channels that a picture of the mode is made of, 1 to 4.
+/// @param channels  at hand; matters for multichannel alone
+int planesOf(ColorMode mode, int channels);
+
 /// Turns rows of stored samples into sRGB.
 ///
 /// A profile that can be read, and that is of the document's mode, is followed (relative

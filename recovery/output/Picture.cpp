@@ -19,17 +19,7 @@ constexpr std::uint16_t kTransparentIndexResource = 0x0417;
 
 std::size_t colorsOf(const DocumentFacts& facts)
 {
-    switch (facts.mode) {
-    case ColorMode::Rgb:
-    case ColorMode::Lab:
-        return 3;
-    case ColorMode::Cmyk:
-        return 4;
-    case ColorMode::Multichannel:
-        return static_cast<std::size_t>(std::clamp(facts.channels, 1, 4));
-    default:
-        return 1;
-    }
+    return static_cast<std::size_t>(planesOf(facts.mode, facts.channels));
 }
 
 bool isUsable(const Plane& plane, std::int64_t rows, std::int64_t columns)
