@@ -64,6 +64,8 @@ std::optional<BlindComposite> compositeAt(SourceBytes& source, std::int64_t offs
 std::optional<BlindComposite> findBlindComposite(SourceBytes& source, std::int64_t from,
                                                  int entryBytes, const RunControl& control)
 {
+    // Fewer rows than one of each colour agree by chance.
+    constexpr std::int64_t kLeastRows = 3;
     std::int64_t budget = 1 << 22;
     const std::int64_t to = source.size();
     for (std::int64_t at = nextPlaneCode(source, from, to); at < to;) {
@@ -71,7 +73,8 @@ std::optional<BlindComposite> findBlindComposite(SourceBytes& source, std::int64
             break;
         }
         if (budget > 0) {
-            if (auto found = solve(source, at, entryBytes, budget)) {
+            const auto found = solve(source, at, entryBytes, budget);
+            if (found && found->shape.rows >= kLeastRows) {
                 return found;
             }
         }

@@ -20,7 +20,8 @@ struct BlindComposite
 /// that a writer padded the file with may follow.
 std::optional<BlindComposite> compositeAt(SourceBytes& source, std::int64_t offset, int entryBytes);
 
-/// The first place at or behind `from` where such a picture stands. Time: linear.
+/// The first place at or behind `from` where such a picture of three rows or more stands. Time:
+/// linear.
 std::optional<BlindComposite> findBlindComposite(SourceBytes& source, std::int64_t from,
                                                  int entryBytes, const RunControl& control);
 

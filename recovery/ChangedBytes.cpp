@@ -1,5 +1,6 @@
 #include "recovery/ChangedBytes.h"
 
+#include "recovery/HeaderFinder.h"
 #include "recovery/LayerBuilder.h"
 #include "recovery/PackBitsRow.h"
 #include "recovery/PlaneCheck.h"
@@ -203,7 +204,8 @@ bool hasChangedBytes(SourceBytes& source, const RecoveredDocument& document,
            anyShows(source, document.composite.channels) ||
            std::any_of(document.layers.begin(), document.layers.end(),
                        [&source](const Layer& layer) { return showsChange(source, layer); }) ||
-           isChangedText(source, document.xmp) || Copies(source, document).differ();
+           hasChangedHeader(source, document.facts) || isChangedText(source, document.xmp) ||
+           Copies(source, document).differ();
 }
 
 void doubtLayers(RecoveredDocument& document, const std::vector<RecordFaults>& records)

@@ -38,6 +38,7 @@ RecoveredDocument Examination::run(const std::string& path)
     alignPlanes();
     buildLayers();
     tell();
+    correctSection();
     findBlocks();
     if (!m_hasHeader) {
         rebuildHeader();
@@ -167,6 +168,29 @@ std::int64_t Examination::behindPlanes() const
     return end;
 }
 
+/// The header gives a raw picture's size, and so its place at the end of the file. Where the
+/// lengths lead elsewhere, and the bytes up to there read as a section without layers, they are the
+/// section.
+void Examination::correctSection()
+{
+    const DocumentFacts& facts = m_document.facts;
+    const std::int64_t rowBytes = (std::int64_t{facts.width} * facts.depth + 7) / 8;
+    const std::int64_t picture = m_source.size() - 2 - rowBytes * facts.height * facts.channels;
+    if (!m_hasHeader || !m_found.records.empty() || m_sections.layersEnd == picture ||
+        m_source.u16(picture) != 0) {
+        return;
+    }
+    const bool large = facts.version == 2;
+    for (const std::int64_t start :
+         {m_sections.layersStart, m_resources->end() + (large ? 8 : 4)}) {
+        if (start >= 0 && readBlocksOfSection(m_source, start, picture, large).end == picture) {
+            m_sections.layersStart = start;
+            m_sections.layersEnd = picture;
+            return;
+        }
+    }
+}
+
 void Examination::findBlocks()
 {
     const bool large = m_document.facts.version == 2;
@@ -284,6 +308,9 @@ std::vector<std::int64_t> Examination::endsOfLastBlocks()
 void Examination::findComposite()
 {
     m_progress("Looking for the merged picture", 0.6);
+    if (m_document.facts.origin == HeaderOrigin::Unknown) {
+        return;
+    }
     std::vector<std::int64_t> candidates;
     std::int64_t from = std::max<std::int64_t>(behindPlanes(), m_resources->end());
     if (m_sections.layersEnd >= from) {
@@ -355,10 +382,7 @@ void Examination::carvePlanes()
     constexpr std::int64_t kLeastGap = 32;
     m_progress("Looking for pixels without a layer", 0.8);
     const DocumentFacts& facts = m_document.facts;
-    std::int64_t at = std::max(m_resources->end(), m_sections.layersStart);
-    if (!m_found.records.empty()) {
-        at = m_found.records.front().layer.record.end();
-    }
+    std::int64_t at = facts.header.end();
     const std::int64_t to =
         m_document.composite.bytes.length > 0 ? m_document.composite.bytes.offset : m_source.size();
     PlaneCarver carver(m_source, facts.depth, entryBytes(), knownShapes(), m_control);

@@ -52,6 +52,7 @@ private:
     void findResources();
     void alignPlanes();
     void buildLayers();
+    void correctSection();
     void findBlocks();
     void rebuildHeader();
     void findComposite();

@@ -40,8 +40,46 @@ bool isEmbedded(SourceBytes& source, const std::vector<ByteRange>& embedded, std
 
 } // namespace
 
+namespace {
+
+/// What every header holds alike: a signature of four bytes in front, six zeros behind the version.
+struct FixedBytes
+{
+    int wrongInSignature = 0;
+    int wrongInReserve = 0;
+};
+
+FixedBytes checkFixedBytes(SourceBytes& source, std::int64_t offset)
+{
+    constexpr std::string_view kSignature = "8BPS";
+    constexpr std::int64_t kReserveAt = 6;
+    constexpr std::int64_t kReserveBytes = 6;
+    FixedBytes fixed;
+    for (std::size_t i = 0; i < kSignature.size(); ++i) {
+        const auto letter = static_cast<std::uint8_t>(kSignature[i]);
+        fixed.wrongInSignature +=
+            source.u8(offset + static_cast<std::int64_t>(i)) != letter ? 1 : 0;
+    }
+    for (std::int64_t i = 0; i < kReserveBytes; ++i) {
+        fixed.wrongInReserve += source.u8(offset + kReserveAt + i) != 0 ? 1 : 0;
+    }
+    return fixed;
+}
+
+} // namespace
+
+bool hasChangedHeader(SourceBytes& source, const DocumentFacts& facts)
+{
+    if (facts.origin != HeaderOrigin::Header) {
+        return false;
+    }
+    const FixedBytes fixed = checkFixedBytes(source, facts.header.offset);
+    return fixed.wrongInSignature + fixed.wrongInReserve == 1;
+}
+
 std::optional<DocumentFacts> readHeader(SourceBytes& source, std::int64_t offset)
 {
+    const FixedBytes fixed = checkFixedBytes(source, offset);
     DocumentFacts facts;
     facts.version = source.u16(offset + 4);
     facts.channels = source.u16(offset + 12);
@@ -51,8 +89,9 @@ std::optional<DocumentFacts> readHeader(SourceBytes& source, std::int64_t offset
     const std::int32_t mode = source.u16(offset + 24);
     facts.mode = static_cast<ColorMode>(mode);
     facts.header = {offset, kHeaderBytes, 0};
-    const bool sound = (facts.version == 1 || facts.version == 2) &&
-                       source.number(offset + 6, 6) == 0 && facts.channels >= 1 &&
+    const bool isHeader = fixed.wrongInReserve == 0 || fixed.wrongInSignature == 0;
+    const bool sound = isHeader && (facts.version == 1 || facts.version == 2) &&
+                       fixed.wrongInReserve <= 1 && facts.channels >= 1 &&
                        facts.channels <= kMostChannels && facts.height >= 1 &&
                        facts.height <= kMostExtent && facts.width >= 1 &&
                        facts.width <= kMostExtent && isDepth(facts.depth) && isMode(mode);
@@ -113,8 +152,8 @@ StatedSections readStatedSections(SourceBytes& source, std::int64_t headerOffset
     const std::uint64_t length =
         source.number(sections.resourcesEnd, static_cast<std::size_t>(lengthBytes));
     const std::int64_t start = sections.resourcesEnd + lengthBytes;
+    sections.layersStart = start <= source.size() ? start : -1;
     if (start <= source.size() && length <= static_cast<std::uint64_t>(source.size() - start)) {
-        sections.layersStart = start;
         sections.layersEnd = start + static_cast<std::int64_t>(length);
     }
     return sections;

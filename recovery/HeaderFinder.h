@@ -12,9 +12,12 @@ namespace talvek::recovery {
 
 constexpr std::int64_t kHeaderBytes = 26;
 
-/// The header at `offset` if every field is one that a document can have. The signature itself is
-/// looked at by the caller.
+/// The header at `offset` if every field is one that a document can have. Its signature may be
+/// damaged, or else one of the six bytes that are always zero.
 std::optional<DocumentFacts> readHeader(SourceBytes& source, std::int64_t offset);
+
+/// A single byte of what all headers hold alike is another one in this one.
+bool hasChangedHeader(SourceBytes& source, const DocumentFacts& facts);
 
 /// The document's own header: the first sound one that is not inside an embedded document. At the
 /// file's start its signature may be damaged as long as the rest is sound.

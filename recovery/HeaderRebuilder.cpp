@@ -74,7 +74,7 @@ void HeaderRebuilder::run(DocumentFacts& facts)
     const auto best =
         std::max_element(m_sizes.begin(), m_sizes.end(),
                          [this](const Size& a, const Size& b) { return fit(a) < fit(b); });
-    facts.origin = HeaderOrigin::Rebuilt;
+    facts.origin = best == m_sizes.end() ? HeaderOrigin::Unknown : HeaderOrigin::Rebuilt;
     if (best == m_sizes.end()) {
         facts.width = facts.width > 0 ? facts.width : 1;
         facts.height = facts.height > 0 ? facts.height : 1;

@@ -37,7 +37,8 @@ public:
         : m_source(source), m_evidence(evidence)
     {}
 
-    /// Fills in all fields but the version.
+    /// Fills in all fields but the version. If nothing tells the canvas' size, it is one pixel and
+    /// the origin says so.
     void run(DocumentFacts& facts);
 
 private:

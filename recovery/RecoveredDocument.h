@@ -173,6 +173,7 @@ enum class HeaderOrigin : std::uint8_t
 {
     Header,    ///< the document's own
     Rebuilt,   ///< worked out from the rest of the document
+    Unknown,   ///< lost, and nothing in the document tells its size
     Reference, ///< another copy's
 };
 

@@ -122,6 +122,8 @@ void noteMissing(RecoveredDocument& document)
     auto& missing = document.missing;
     if (document.facts.origin == HeaderOrigin::Rebuilt) {
         missing.emplace_back("The header is lost; it was worked out from the rest.");
+    } else if (document.facts.origin == HeaderOrigin::Unknown) {
+        missing.emplace_back("The header is lost, and nothing tells the size of the picture.");
     }
     if (document.statedLayers && *document.statedLayers > found) {
         missing.push_back("Of " + std::to_string(*document.statedLayers) +

@@ -97,6 +97,8 @@ const char* nameOf(HeaderOrigin origin)
         return "header";
     case HeaderOrigin::Rebuilt:
         return "rebuilt";
+    case HeaderOrigin::Unknown:
+        return "unknown";
     case HeaderOrigin::Reference:
         break;
     }

@@ -74,8 +74,9 @@ std::optional<Resource> ResourceFinder::resourceAt(std::int64_t offset, std::int
     for (const std::int64_t pad : {resource.data.length % 2, std::int64_t{0}}) {
         const std::int64_t end = resource.data.end() + pad;
         // A section follows: the length of the layers' section, or that of the whole.
+        const std::int64_t next = m_index.firstAtOrBehind(end);
         const bool isLast = end == limit || (end <= limit && m_source.u8(end) <= 0x3F &&
-                                             m_index.firstAtOrBehind(end) > end + 16);
+                                             (next < 0 || next > end + 16));
         if (isResourceSignature(m_source.u32(end)) || isLast) {
             resource.whole = {offset, end - offset, 0};
             return resource;

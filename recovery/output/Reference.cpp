@@ -72,10 +72,10 @@ void Reference::takeHeader()
 {
     DocumentFacts& ours = m_document.facts;
     const DocumentFacts& theirs = m_older.facts;
-    const bool isUnknown = ours.width <= 0 || ours.height <= 0;
     const bool isSameSize = ours.width == theirs.width && ours.height == theirs.height;
-    const bool isLost = isUnknown || (ours.origin == HeaderOrigin::Rebuilt && isSameSize);
-    if (!isLost || theirs.origin == HeaderOrigin::Rebuilt || theirs.width <= 0) {
+    const bool isLost = ours.width <= 0 || ours.origin == HeaderOrigin::Unknown ||
+                        (ours.origin == HeaderOrigin::Rebuilt && isSameSize);
+    if (!isLost || theirs.origin != HeaderOrigin::Header) {
         return;
     }
     const std::int32_t version = ours.version;

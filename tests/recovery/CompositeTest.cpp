@@ -33,6 +33,38 @@ TEST(Composite, ARawOneIsThereButNotProved)
     EXPECT_EQ(found.document().composite.rowsRecovered, 90);
 }
 
+TEST(Composite, ARawOneStandsAtTheEndOfTheFileWhateverTheSectionsLengthIs)
+{
+    for (const std::int64_t length : {0, 4, 0x7FFFFFFF}) {
+        Document document = PsdBuilder{}
+                                .size(40, 30)
+                                .composite(Packing::raw)
+                                .globalBlock("LMsk", Bytes(14))
+                                .build();
+        const std::int64_t picture = document.composite;
+        document.lieLength(document.layerAndMask.lengthField, length);
+        const Found found(document);
+        EXPECT_EQ(found.document().composite.bytes.offset, picture) << length;
+        EXPECT_EQ(found.document().composite.state, State::Unproved) << length;
+        EXPECT_EQ(found.document().blocks.size(), 1) << length;
+    }
+}
+
+TEST(Composite, ARawOneStandsThereWhenAByteOfTheResourcesIsMissing)
+{
+    Document document = PsdBuilder{}
+                            .size(40, 30)
+                            .composite(Packing::raw)
+                            .resource(0x03F3, Bytes(40))
+                            .resource(0x0425, Bytes(16))
+                            .build();
+    const std::int64_t picture = document.composite - 1;
+    document.deleteBytes(document.imageResources.data + 20, 1);
+    const Found found(document);
+    EXPECT_EQ(found.document().composite.bytes.offset, picture);
+    EXPECT_EQ(found.document().composite.rowsRecovered, 90);
+}
+
 TEST(Composite, ACutOneKeepsTheRowsBeforeTheCut)
 {
     Document document = PsdBuilder{}.size(40, 30).build();
@@ -76,6 +108,17 @@ TEST(Composite, PlanesInBlocksAreNotTakenForALostOne)
         EXPECT_EQ(found.document().composite.state, State::Lost);
         EXPECT_TRUE(found.document().composite.flattened);
     }
+}
+
+TEST(Composite, WithoutASizeNoneIsFound)
+{
+    Document document;
+    document.bytes = Bytes(200, 0x21);
+    append(document.bytes, Bytes{0, 1, 0, 2, 0, 7}); // a picture of one row and one column
+    const Found found(document);
+    EXPECT_EQ(found.document().facts.origin, HeaderOrigin::Unknown);
+    EXPECT_EQ(found.document().composite.state, State::Lost);
+    EXPECT_EQ(found.document().composite.bytes.length, 0);
 }
 
 TEST(Composite, ALostOneIsFlattenedAnewAndSaysSo)

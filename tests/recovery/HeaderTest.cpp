@@ -63,12 +63,40 @@ TEST(Header, IsFoundBehindGarbage)
 TEST(Header, FieldsThatNoDocumentCanHaveMakeNoHeader)
 {
     Document document = threeLayers().build();
-    for (const std::int64_t field : {5, 6, 12, 14, 18, 23, 25}) {
+    for (const std::int64_t field : {5, 12, 14, 18, 23, 25}) {
         Document damaged = document;
         damaged.flipByte(field);
         Source source(damaged.bytes);
         EXPECT_FALSE(readHeader(source.bytes(), 0)) << field;
     }
+}
+
+TEST(Header, OneChangedByteOfWhatAllHoldAlikeLosesNone)
+{
+    for (const std::int64_t byte : {0, 3, 6, 11}) {
+        Document document = threeLayers().build();
+        const Found found(document.flipByte(byte));
+        EXPECT_EQ(found.document().facts.origin, HeaderOrigin::Header) << byte;
+        expectFacts(found.document().facts, 40, 30, 3, ColorMode::Rgb);
+        EXPECT_EQ(found.layer(0).state, State::Unproved) << byte;
+    }
+}
+
+TEST(Header, MoreOfThemMakeNone)
+{
+    Document document = threeLayers().build();
+    document.flipByte(7).flipByte(9);
+    Source source(document.bytes);
+    EXPECT_FALSE(readHeader(source.bytes(), 0));
+}
+
+TEST(Header, OneRowIsNoPictureThatCorrectsASize)
+{
+    Document document = PsdBuilder{}.size(40, 30).composite(Packing::raw).build();
+    // Code, count and row of a picture of one row that reaches the end of the file.
+    document.overwrite(document.size() - 6, {0, 1, 0, 2, 0xD9, 7});
+    const Found found(document);
+    expectFacts(found.document().facts, 40, 30, 3, ColorMode::Rgb);
 }
 
 TEST(Header, APictureThatProvesItselfCorrectsAWrongSize)
