@@ -75,16 +75,20 @@ bool isColorTag(Bytes bytes)
     return bytes.size() != 8 || (bigEndian(bytes, 2) < kMostColors && areZeros(bytes.subspan(2)));
 }
 
-/// Format: version 3, flags, and records of 26 bytes that begin with their kind.
+/// Format: version 3, flags, and records of 26 bytes that begin with their kind; that of the rule
+/// by which paths are filled is empty.
 bool isVectorMask(Bytes bytes)
 {
     constexpr std::size_t kRecord = 26;
     constexpr std::uint64_t kMostKind = 8;
+    constexpr std::uint64_t kFillRule = 6;
     if (bytes.size() < 8 || bigEndian(bytes, 4) != 3 || bigEndian(bytes.subspan(4), 4) > 15) {
         return false;
     }
     for (std::size_t at = 8; at + kRecord <= bytes.size(); at += kRecord) {
-        if (bigEndian(bytes.subspan(at), 2) > kMostKind) {
+        const std::uint64_t kind = bigEndian(bytes.subspan(at), 2);
+        if (kind > kMostKind ||
+            (kind == kFillRule && !areZeros(bytes.subspan(at + 2, kRecord - 2)))) {
             return false;
         }
     }
@@ -132,7 +136,8 @@ bool isSmartObject(Bytes bytes)
     });
 }
 
-/// Format: so many entries of a signature, a key, a switch, a length and as many bytes.
+/// Format: so many entries of a signature, a key, a switch, a length and as many bytes, most often
+/// a descriptor.
 bool isSheetData(Bytes bytes)
 {
     if (bytes.size() < 4) {
@@ -150,7 +155,8 @@ bool isSheetData(Bytes bytes)
             return false;
         }
         const Bytes data = bytes.subspan(at + 16, static_cast<std::size_t>(length));
-        if (bigEndian(bytes.subspan(at + 4), 4) == key("cust") && !isDescriptor(data, 0)) {
+        const std::uint64_t entry = bigEndian(bytes.subspan(at + 4), 4);
+        if ((entry == key("cust") || entry == key("cmls")) && !isDescriptor(data, 0)) {
             return false;
         }
         at += 16 + static_cast<std::size_t>(length);
@@ -176,7 +182,7 @@ bool agrees(std::uint32_t blockKey, Bytes bytes)
     case key("tsly"):
         return isSwitch(bytes);
     case key("lspf"):
-        return bytes.size() != 4 || bytes[1] == 0;
+        return bytes.size() != 4 || (bytes[1] == 0 && bytes[2] == 0);
     case key("lclr"):
         return isColorTag(bytes);
     case key("vmsk"):

@@ -75,6 +75,9 @@ private:
     [[nodiscard]] bool codesStandAlong(std::int64_t shift) const;
     [[nodiscard]] bool reachesEnd(std::size_t segment, std::int64_t shift) const;
     [[nodiscard]] bool hasRival(const Ballot& ballot, const std::vector<Ballot>& all) const;
+    [[nodiscard]] bool codeStandsAt(const PlaneSlot& slot, std::int64_t offset) const;
+    [[nodiscard]] bool canEndAt(std::size_t index, std::int64_t end) const;
+    [[nodiscard]] bool layersCanEndAt(std::int64_t end) const;
     void doubtEnds();
     void predict();
     void splitRaw();

@@ -1,4 +1,5 @@
 #include "recovery/PlaneAligner.h"
+#include "recovery/TaggedBlocks.h"
 
 #include <algorithm>
 #include <array>
@@ -47,19 +48,49 @@ bool PlaneAligner::codesStandAlong(std::int64_t shift) const
         if (slot.segment != m_lastSegment) {
             break;
         }
-        const bool isRaw = !slot.isEmpty && slot.length == kCodeBytes + slot.shape.bytes();
-        const std::uint16_t code = m_source.u16(shift + slot.prefix);
-        if (code > 3 || (isRaw && code != 0) || (!isRaw && !slot.isEmpty && code == 0)) {
+        if (!codeStandsAt(slot, shift + slot.prefix)) {
             return false;
         }
     }
     return looked > 0;
 }
 
+/// A code that the slot's plane can have.
+bool PlaneAligner::codeStandsAt(const PlaneSlot& slot, std::int64_t offset) const
+{
+    const bool isRaw = slot.length == kCodeBytes + slot.shape.bytes();
+    const std::uint16_t code = m_source.u16(offset);
+    return code <= 3 && (slot.isEmpty || isRaw == (code == 0));
+}
+
 bool PlaneAligner::reachesEnd(std::size_t segment, std::int64_t shift) const
 {
     return segment == m_lastSegment &&
            std::find(m_ends.begin(), m_ends.end(), shift + m_lastLength) != m_ends.end();
+}
+
+/// What stands at `end` can follow the slot's plane: the head of the next one, or, behind the last
+/// one, the end of the layers.
+bool PlaneAligner::canEndAt(std::size_t index, std::int64_t end) const
+{
+    if (index + 1 == m_slots.size()) {
+        return layersCanEndAt(end) || codeCanStandAt(end);
+    }
+    const PlaneSlot& next = m_slots[index + 1];
+    return next.segment == m_slots[index].segment ? codeStandsAt(next, end) : codeCanStandAt(end);
+}
+
+bool PlaneAligner::layersCanEndAt(std::int64_t end) const
+{
+    constexpr std::int64_t kMaskLengthBytes = 4;
+    for (std::int64_t at = end; at <= end + kMostPlanePadding; ++at) {
+        const std::int64_t behindMask = at + kMaskLengthBytes + m_source.u32(at);
+        if (isBlockSignature(m_source, at) || isBlockSignature(m_source, behindMask) ||
+            (m_source.u32(at) == 0 && codeCanStandAt(at + kMaskLengthBytes))) {
+            return true;
+        }
+    }
+    return end >= m_source.size();
 }
 
 /// Planes follow each other without a gap. Where the next one begins earlier, the one before ends
@@ -81,7 +112,7 @@ void PlaneAligner::doubtEnds()
         const std::int64_t next = follows ? m_slots[i + 1].offset : isLast ? lastEnd : -1;
         if (next > slot.offset && next < end) {
             slot.isPlaced = false;
-        } else if (follows && next != end) {
+        } else if (follows ? next != end : !canEndAt(i, end)) {
             slot.isPlaceProved = false;
         }
     }

@@ -12,6 +12,7 @@ namespace talvek::recovery {
 
 namespace {
 
+constexpr std::int64_t kFillerOffset = 11;
 constexpr std::int64_t kExtraOffset = 16;
 /// More zeros than these in a record are a hole.
 constexpr std::int64_t kHoleZeros = 64;
@@ -107,7 +108,8 @@ private:
     {
         const LayerRecord& record = m_records[index];
         const Layer& layer = record.layer;
-        note(index, kBlendPart, !isBlendMode(layer.blend) || layer.clipping > 1);
+        const bool isFilled = m_source.u8(record.signature + kFillerOffset) != 0;
+        note(index, kBlendPart, !isBlendMode(layer.blend) || layer.clipping > 1 || isFilled);
         note(index, kMaskPart, !agreeWithMasks(record));
         if (layer.blendingRanges.length > 0) {
             note(index, kRangesPart, !areRanges(m_source, layer.blendingRanges));

@@ -47,11 +47,21 @@ private:
     bool m_isOdd = false;
 };
 
-/// The letters of keys, classes, types and enumerations.
+/// The letters of keys, classes, types and enumerations. The short ones are letters and digits, and
+/// spaces behind them.
 bool isPlain(std::span<const std::uint8_t> letters)
 {
-    return std::all_of(letters.begin(), letters.end(),
-                       [](std::uint8_t letter) { return letter >= ' ' && letter < 0x7F; });
+    constexpr std::size_t kShort = 4;
+    const auto isWord = [](std::uint8_t letter) {
+        return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z') ||
+               (letter >= '0' && letter <= '9');
+    };
+    if (letters.size() != kShort) {
+        return std::all_of(letters.begin(), letters.end(),
+                           [](std::uint8_t letter) { return letter >= ' ' && letter < 0x7F; });
+    }
+    const auto space = std::find_if_not(letters.begin(), letters.end(), isWord);
+    return std::all_of(space, letters.end(), [](std::uint8_t letter) { return letter == ' '; });
 }
 
 bool Reader::take(std::uint64_t count, std::span<const std::uint8_t>& taken)

@@ -52,6 +52,20 @@ TEST(Alignment, BytesAddedBetweenLayersMoveNoPixels)
     EXPECT_EQ(damaged.layer(2).state, State::Whole);
 }
 
+TEST(Alignment, APlaneThatNothingFollowsAsItShouldIsNotProved)
+{
+    Document document = threeLayers().build();
+    const auto& channels = document.records[2].channels;
+    // From its end on everything is from elsewhere, as after a part of the file was moved: its last
+    // byte may be, too.
+    const std::int64_t from = channels.back().data + channels.back().length;
+    document.overwrite(from, Bytes(static_cast<std::size_t>(document.size() - from), 0xA5));
+    const Found found(document);
+    EXPECT_EQ(found.plane(2, channels.size() - 1).state, State::Unproved);
+    EXPECT_EQ(found.plane(2, channels.size() - 2).state, State::Whole);
+    EXPECT_EQ(found.layer(1).state, State::Whole);
+}
+
 TEST(Alignment, ALostRecordCostsItsOwnLayerOnly)
 {
     Document document = threeLayers().build();

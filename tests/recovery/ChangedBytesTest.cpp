@@ -59,6 +59,32 @@ TEST(ChangedBytes, OneInARecordLeavesNothingProved)
     EXPECT_FALSE(found.document().missing.empty());
 }
 
+TEST(ChangedBytes, AFillerByteThatIsNotZeroIsOne)
+{
+    Document document = namedLayers().build();
+    document.flipByte(document.records[1].signature + 11);
+    const Found found(document);
+    EXPECT_EQ(found.names(), "clouds,waves,sands,rocks");
+    EXPECT_EQ(found.layer(3).state, State::Unproved);
+}
+
+TEST(ChangedBytes, OneInACopyOfALayersPlaneIsOne)
+{
+    const Document document = namedLayers().build();
+    const auto& plane = document.records[1].channels[1];
+    const auto from = document.bytes.begin() + plane.data;
+    const Bytes copy(from, from + plane.length);
+    for (const bool isChanged : {false, true}) {
+        Document twice = document;
+        Bytes resource = copy;
+        resource.at(resource.size() - 1) ^= isChanged ? 0x10 : 0;
+        // In front of the layers, as after a range of the file was written twice.
+        twice.insertBytes(document.layerAndMask.lengthField, resource);
+        const Found found(twice);
+        EXPECT_EQ(found.layer(0).state, isChanged ? State::Unproved : State::Whole);
+    }
+}
+
 TEST(ChangedBytes, OneLetterOfANameIsEnough)
 {
     Document document = namedLayers().build();
@@ -114,6 +140,55 @@ TEST(ChangedBytes, WhatAllRecordsDoAlikeIsAHabit)
         builder.layer(name).transparent().taggedBlock("lclr", Bytes(8, 9));
     }
     EXPECT_EQ(Found(builder.build()).layer(0).state, State::Whole);
+}
+
+/// A block by itself, as the checks see it.
+bool contradicts(std::uint32_t key, const Bytes& data)
+{
+    Source source(data);
+    recovery::TaggedBlock block;
+    block.key = key;
+    block.data = {0, static_cast<std::int64_t>(data.size()), 0};
+    return recovery::contradictsFormat(source.bytes(), block);
+}
+
+TEST(BlockCheck, LocksUseTheLastByteAlone)
+{
+    EXPECT_FALSE(contradicts(recovery::key("lspf"), {0, 0, 0, 4}));
+    EXPECT_FALSE(contradicts(recovery::key("lspf"), {0x80, 0, 0, 0}));
+    EXPECT_TRUE(contradicts(recovery::key("lspf"), {0, 0, 0xD7, 4}));
+    EXPECT_TRUE(contradicts(recovery::key("lspf"), {0, 7, 0, 4}));
+}
+
+TEST(BlockCheck, TheRuleOfAVectorMaskIsEmpty)
+{
+    Bytes mask = {0, 0, 0, 3, 0, 0, 0, 0, 0, 6};
+    mask.resize(8 + 26);
+    EXPECT_FALSE(contradicts(recovery::key("vmsk"), mask));
+    mask.at(20) = 51;
+    EXPECT_TRUE(contradicts(recovery::key("vmsk"), mask));
+}
+
+TEST(BlockCheck, TheLayersCompositionsAreADescriptor)
+{
+    Bytes entry;
+    append(entry, "8BIMcmls");
+    appendU32(entry, 0);
+    appendU32(entry, 26);
+    appendU32(entry, 16); // version of the descriptor
+    appendU32(entry, 0);  // no name
+    appendU32(entry, 0);
+    append(entry, "null");
+    appendU32(entry, 1);
+    appendU32(entry, 0);
+    append(entry, "Hr");
+    Bytes sheet = {0, 0, 0, 1};
+    sheet.insert(sheet.end(), entry.begin(), entry.end());
+    EXPECT_TRUE(contradicts(recovery::key("shmd"), sheet)); // ends inside a key
+    sheet.resize(sheet.size() - 2);
+    sheet.at(4 + 15) = 24;
+    sheet.at(sheet.size() - 5) = 0; // no items
+    EXPECT_FALSE(contradicts(recovery::key("shmd"), sheet));
 }
 
 TEST(BlockCheck, KeysOneLetterOffAreMisspelt)
