@@ -42,6 +42,7 @@ RecoveredDocument Examination::run(const std::string& path)
     findBlocks();
     if (!m_hasHeader) {
         rebuildHeader();
+        m_document.mergedAlpha = hasMergedAlpha();
     }
     findComposite();
     if (m_hasHeader && m_document.composite.state >= State::Partial) {
@@ -145,13 +146,24 @@ void Examination::buildLayers()
 {
     LayerBuilder builder(m_source, m_document.facts, m_control);
     m_document.layers = builder.build(m_found.records, *m_aligner);
+    m_document.mergedAlpha = hasMergedAlpha();
+}
+
+/// A negative count says so; but a lost record before the first one leaves any bytes there. Then
+/// the resources tell, which name the picture's alpha channels.
+bool Examination::hasMergedAlpha()
+{
     const auto& records = m_found.records;
-    if (!records.empty() && records.front().start >= 2) {
-        // A negative count says so; but a lost record before leaves any bytes there.
-        const std::int64_t count = m_source.i16(records.front().start - 2);
-        const auto found = static_cast<std::int64_t>(records.size());
-        m_document.mergedAlpha = count < 0 && -count >= found && -count <= 2 * found + 64;
+    const auto found = static_cast<std::int64_t>(records.size());
+    const std::int64_t count = !records.empty() && records.front().start >= 2
+                                   ? m_source.i16(records.front().start - 2)
+                                   : 0;
+    if (std::abs(count) >= found && std::abs(count) <= 2 * found + 64 && count != 0) {
+        return count < 0;
     }
+    return depthOfLayerBlocks(m_source, m_index) == 0 &&
+           m_document.facts.channels > colorsOf(m_document.facts.mode) &&
+           firstAlphaIsTransparency(m_source, *m_resources);
 }
 
 /// The last plane's end, or that of the records when there are no planes; -1 when unknown.

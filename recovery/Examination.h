@@ -63,6 +63,7 @@ private:
     void decideFlattening();
 
     [[nodiscard]] int entryBytes() const { return m_document.facts.version == 2 ? 4 : 2; }
+    [[nodiscard]] bool hasMergedAlpha();
     [[nodiscard]] std::int64_t behindPlanes() const;
     [[nodiscard]] std::int64_t earliestPicture() const;
     [[nodiscard]] std::optional<BlindComposite> blindComposite();

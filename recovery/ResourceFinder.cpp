@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <string_view>
 
 namespace talvek::recovery {
 
@@ -11,6 +12,8 @@ namespace {
 
 constexpr std::uint16_t kGroupIds = 0x0402;
 constexpr std::uint16_t kGroupsEnabled = 0x0430;
+constexpr std::uint16_t kAlphaIds = 0x041D;
+constexpr std::uint16_t kAlphaNames = 0x03EE;
 constexpr std::int64_t kThumbnailHead = 28;
 
 /// Signatures that blocks in this section carry beside the usual one.
@@ -96,6 +99,20 @@ std::optional<Thumbnail> thumbnailIn(SourceBytes& source, const Resource& resour
                        thumbnail.jpeg.end() <= resource.data.end() &&
                        source.u16(thumbnail.jpeg.offset) == 0xFFD8;
     return sound ? std::optional(thumbnail) : std::nullopt;
+}
+
+bool firstAlphaIsTransparency(SourceBytes& source, const ResourceFinder& resources)
+{
+    constexpr std::string_view kName = "\x0CTransparency";
+    if (const Resource* ids = resources.find(kAlphaIds)) {
+        return ids->data.length >= 4 && source.u32(ids->data.offset) == 0;
+    }
+    const Resource* names = resources.find(kAlphaNames);
+    if (names == nullptr || names->data.length < static_cast<std::int64_t>(kName.size())) {
+        return false;
+    }
+    const auto first = source.at(names->data.offset, kName.size());
+    return std::equal(first.begin(), first.end(), kName.begin(), kName.end());
 }
 
 std::optional<std::int32_t> statedLayerCount(const ResourceFinder& resources)

@@ -38,6 +38,10 @@ private:
 /// The thumbnail in its resource, if its own sizes agree.
 std::optional<Thumbnail> thumbnailIn(SourceBytes& source, const Resource& resource);
 
+/// The first of the picture's alpha channels is the layers' transparency. Its identifier is 0,
+/// which no other channel has; programs that write no identifiers give it its name.
+bool firstAlphaIsTransparency(SourceBytes& source, const ResourceFinder& resources);
+
 /// How many layers the document had, by the resources that hold so many bytes a layer.
 std::optional<std::int32_t> statedLayerCount(const ResourceFinder& resources);
 

@@ -65,6 +65,31 @@ TEST(Composite, ARawOneStandsThereWhenAByteOfTheResourcesIsMissing)
     EXPECT_EQ(found.document().composite.rowsRecovered, 90);
 }
 
+TEST(Composite, ItsTransparencyIsKnownWithoutTheCount)
+{
+    PsdBuilder builder = threeLayers();
+    builder.channelCount(4).mergedAlpha().resource(0x041D, Bytes(4));
+    const Document document = builder.build();
+    Document counted = document;
+    Document wiped = document;
+    Document headless = document;
+    counted.overwrite(document.layerCount, {0, 0});
+    wiped.zeroFill(document.layerCount, document.records.back().end - document.layerCount);
+    headless.overwrite(document.layerCount, {0, 0}).zeroFill(0, 26);
+    for (const Document& damaged : {document, counted, wiped, headless}) {
+        EXPECT_TRUE(Found(damaged).document().mergedAlpha);
+    }
+}
+
+TEST(Composite, AnotherAlphaChannelIsNoTransparency)
+{
+    PsdBuilder builder = threeLayers();
+    builder.channelCount(4).resource(0x041D, Bytes{0, 0, 0, 7});
+    Document document = builder.build();
+    document.overwrite(document.layerCount, {0, 0});
+    EXPECT_FALSE(Found(document).document().mergedAlpha);
+}
+
 TEST(Composite, ACutOneKeepsTheRowsBeforeTheCut)
 {
     Document document = PsdBuilder{}.size(40, 30).build();
