@@ -62,17 +62,36 @@ private:
         }
     }
 
+    /// In UTF-16 where its mark stands in front. A backslash stands before what would end the
+    /// string.
     bool passString()
     {
-        for (++m_at; m_at < m_text.size(); ++m_at) {
-            if (m_text[m_at] == '\\') {
+        std::string string;
+        for (++m_at; m_at < m_text.size() && m_text[m_at] != ')'; ++m_at) {
+            if (m_text[m_at] == '\\' && m_at + 1 < m_text.size()) {
                 ++m_at;
-            } else if (m_text[m_at] == ')') {
-                ++m_at;
-                return true;
+            }
+            string += m_text[m_at];
+        }
+        return m_at++ < m_text.size() && isText(string);
+    }
+
+    /// Ends of lines, tabs and the mark of a forced line break are the only controls in texts.
+    static bool isText(std::string_view string)
+    {
+        constexpr std::string_view kMark = "\xFE\xFF";
+        constexpr std::string_view kControls("\0\x03\t\n\r", 5);
+        if (!string.starts_with(kMark)) {
+            return true;
+        }
+        for (std::size_t i = kMark.size(); i + 1 < string.size(); i += 2) {
+            const char low = string[i + 1];
+            const bool isControl = string[i] == '\0' && low >= 0 && low < ' ';
+            if (isControl && kControls.find(low) == std::string_view::npos) {
+                return false;
             }
         }
-        return false;
+        return string.size() % 2 == 0;
     }
 
     bool dictionary()

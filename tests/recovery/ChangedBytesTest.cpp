@@ -210,4 +210,13 @@ TEST(EngineText, BalancesAndHoldsKnownWords)
     EXPECT_FALSE(recovery::isEngineText(bytesOf("<< /A 1 > >")));
 }
 
+TEST(EngineText, HoldsNoControlsInItsTexts)
+{
+    using namespace std::string_view_literals;
+    const auto isText = [](std::string_view text) { return recovery::isEngineText(bytesOf(text)); };
+    EXPECT_TRUE(isText("<< /Name (\xFE\xFF\0a\0\r\0b\0\x03) >>"sv));
+    EXPECT_FALSE(isText("<< /Name (\xFE\xFF\0a\0\x1D\0b) >>"sv));
+    EXPECT_FALSE(isText("<< /Name (\xFE\xFF\0a\0) >>"sv));
+}
+
 } // namespace talvek::test
