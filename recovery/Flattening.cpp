@@ -1,8 +1,11 @@
 #include "recovery/Flattening.h"
 
+#include "recovery/Blending.h"
 #include "recovery/HeaderFinder.h"
+#include "recovery/TaggedBlocks.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 
@@ -102,6 +105,7 @@ struct OpenLayer
     OpenLayer(SourceFiles& files, const Layer& source, float strengthOfAll, std::int16_t channel)
         : layer(source),
           strength(strengthOfAll),
+          blend(blendOf(source.blend)),
           alpha(files, channelOf(source, kAlpha)),
           mask(files, source.mask && (source.mask->flags & kMaskDisabled) == 0
                           ? channelOf(source, kMask)
@@ -111,10 +115,21 @@ struct OpenLayer
 
     const Layer& layer;
     float strength;
+    Blend blend;
     ChannelRows alpha;
     ChannelRows mask;
     ChannelRows color;
 };
+
+/// Effects and adjustments, which are drawn when the layers are put together.
+bool isDrawn(const TaggedBlock& block)
+{
+    constexpr std::array kKeys = {key("lfx2"), key("lmfx"), key("lrFX"), key("levl"), key("curv"),
+                                  key("brit"), key("hue2"), key("hue "), key("blnc"), key("blwh"),
+                                  key("phfl"), key("mixr"), key("clrL"), key("nvrt"), key("post"),
+                                  key("thrs"), key("grdm"), key("selc"), key("expA"), key("vibA")};
+    return std::find(kKeys.begin(), kKeys.end(), block.key) != kKeys.end();
+}
 
 /// Opacity of the layer and of all groups around it; 0 if one of them is hidden.
 float strengthOf(const RecoveredDocument& document, const Layer& layer)
@@ -143,7 +158,8 @@ public:
     FlattenedReader(SourceFiles& files, const RecoveredDocument& document, std::int32_t channel)
         : m_facts(document.facts),
           m_isOpacity(channel >= colorsOf(m_facts.mode)),
-          m_isUnused(m_isOpacity && (!document.mergedAlpha || channel > colorsOf(m_facts.mode)))
+          m_isUnused(m_isOpacity && (!document.mergedAlpha || channel > colorsOf(m_facts.mode))),
+          m_hasBlends(m_facts.mode != ColorMode::Lab || channel == 0)
     {
         for (const Layer& layer : document.layers) {
             const float strength = isPainted(layer) ? strengthOf(document, layer) : 0;
@@ -166,6 +182,7 @@ public:
         const auto width = static_cast<std::size_t>(m_facts.width);
         m_sum.assign(width, m_isOpacity ? 0.0F : 1.0F);
         m_base.assign(width, 1.0F);
+        m_cover.assign(width, 0.0F);
         for (const auto& layer : m_layers) {
             lay(*layer);
         }
@@ -195,11 +212,25 @@ private:
             const auto at = static_cast<std::size_t>(x);
             const float shape = (hasAlpha ? one.alpha.at(x) : 1.0F) * maskAt(one, hasMask, x);
             const float cover = shape * one.strength * (isBase ? 1.0F : m_base[at]);
-            m_sum[at] += cover * ((m_isOpacity ? 1.0F : one.color.at(x)) - m_sum[at]);
+            const float above = m_isOpacity ? 1.0F : blended(one, one.color.at(x), at);
+            m_sum[at] += cover * (above - m_sum[at]);
+            m_cover[at] += cover * (1 - m_cover[at]);
             if (isBase) {
                 m_base[at] = shape;
             }
         }
+    }
+
+    /// A layer blends with what is below it as far as anything is there; the white behind all
+    /// layers is nothing.
+    [[nodiscard]] float blended(const OpenLayer& one, float above, std::size_t at) const
+    {
+        const float cover = m_cover[at];
+        if (cover <= 0 || !m_hasBlends) {
+            return above;
+        }
+        const float below = (m_sum[at] - (1 - cover)) / cover;
+        return above + cover * (one.blend(below, above) - above);
     }
 
     static float maskAt(const OpenLayer& one, bool hasRow, std::int32_t x)
@@ -216,9 +247,11 @@ private:
     const DocumentFacts& m_facts;
     bool m_isOpacity;
     bool m_isUnused;
+    bool m_hasBlends; ///< the channel is one of light or ink, not one of a colour's direction
     std::vector<std::unique_ptr<OpenLayer>> m_layers;
     std::vector<float> m_sum;
-    std::vector<float> m_base; ///< opacity of the layer that the next ones may be clipped to
+    std::vector<float> m_cover; ///< how far layers cover the white behind them
+    std::vector<float> m_base;  ///< opacity of the layer that the next ones may be clipped to
     std::int32_t m_y = 0;
 };
 
@@ -239,6 +272,15 @@ bool canFlatten(const RecoveredDocument& document)
     }
     return layers > 0 && layers <= kMostLayers && streams <= kMostStreams &&
            document.facts.depth >= 8 && colorsOf(document.facts.mode) > 0;
+}
+
+bool isAllInPixels(const RecoveredDocument& document)
+{
+    return std::none_of(document.layers.begin(), document.layers.end(), [&](const Layer& layer) {
+        const bool isMore = std::any_of(layer.blocks.begin(), layer.blocks.end(),
+                                        [](const TaggedBlock& block) { return isDrawn(block); });
+        return strengthOf(document, layer) > 0 && (isMore || !isBlendKnown(layer.blend));
+    });
 }
 
 std::unique_ptr<PlaneReader> openFlattened(SourceFiles& files, const RecoveredDocument& document,

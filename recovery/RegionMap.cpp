@@ -1,5 +1,7 @@
 #include "recovery/RegionMap.h"
 
+#include "recovery/Flattening.h"
+
 #include <algorithm>
 #include <string>
 
@@ -103,6 +105,16 @@ std::string counted(std::int64_t count, const char* one, const char* many)
     return std::to_string(count) + " " + (count == 1 ? one : many);
 }
 
+std::string flattened(const RecoveredDocument& document)
+{
+    if (!document.composite.flattened) {
+        return "";
+    }
+    return isAllInPixels(document) ? "; it was made anew from the layers"
+                                   : "; it was made anew from the layers, without their effects, "
+                                     "their adjustments and some of their blend modes";
+}
+
 } // namespace
 
 std::vector<Region> mapRegions(const RecoveredDocument& document, SourceBytes& source)
@@ -143,9 +155,7 @@ void noteMissing(RecoveredDocument& document)
         missing.emplace_back("Ends of groups were missing and have been added.");
     }
     if (document.composite.channels.empty()) {
-        missing.emplace_back(document.composite.flattened
-                                 ? "The merged picture is lost; it was made anew from the layers."
-                                 : "The merged picture is lost.");
+        missing.emplace_back("The merged picture is lost" + flattened(document) + ".");
     }
 }
 

@@ -155,4 +155,26 @@ TEST(Composite, ALostOneIsFlattenedAnewAndSaysSo)
     EXPECT_TRUE(found.document().composite.flattened);
 }
 
+TEST(Composite, WhatALostOneMadeAnewLacksIsTold)
+{
+    const auto told = [](PsdBuilder builder) {
+        Document document = builder.build();
+        document.cutAt(document.composite);
+        return Found(document).document().missing.back();
+    };
+    const std::string plain = "The merged picture is lost; it was made anew from the layers";
+    PsdBuilder multiplied = threeLayers();
+    PsdBuilder luminous = threeLayers();
+    PsdBuilder shadowed = threeLayers();
+    multiplied.layer("shade").blend("mul ");
+    luminous.layer("light").blend("lum ");
+    shadowed.layer("shadow").taggedBlock("lfx2", Bytes(8));
+    EXPECT_EQ(told(multiplied), plain + ".");
+    for (const PsdBuilder& builder : {luminous, shadowed}) {
+        EXPECT_EQ(told(builder),
+                  plain +
+                      ", without their effects, their adjustments and some of their blend modes.");
+    }
+}
+
 } // namespace talvek::test

@@ -83,4 +83,20 @@ TEST(LayeredDocument, AFlattenedPictureIsWhiteWhereNothingIs)
     EXPECT_EQ(red.at(15 * 20 + 15), 255);
 }
 
+TEST(LayeredDocument, AFlattenedPicturesLayersBlendWithWhatIsBelowThem)
+{
+    PsdBuilder builder;
+    builder.size(20, 20).layer("paper").bounds(0, 0, 20, 10).layer("shade").blend("mul ");
+    Document document = builder.build();
+    const Found original(document);
+    document.cutAt(document.composite);
+    const Found written(layeredDocumentOf(document.bytes));
+    const Bytes red = written.pixels(written.document().composite.channels.at(0).plane);
+    const double paper = original.pixels(0, 0).at(5);
+    const double shade = original.pixels(1, 0).at(5);
+    EXPECT_NEAR(red.at(5), paper * shade / 255, 1);
+    // Where there is no paper, nothing is below.
+    EXPECT_EQ(red.at(15), original.pixels(1, 0).at(15));
+}
+
 } // namespace talvek::test
