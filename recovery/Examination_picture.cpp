@@ -1,0 +1,203 @@
+#include "recovery/Examination.h"
+#include "recovery/Flattening.h"
+#include "recovery/HeaderRebuilder.h"
+#include "recovery/TaggedBlocks.h"
+
+#include <algorithm>
+
+namespace talvek::recovery {
+
+/// The last plane's end, or that of the records when there are no planes; -1 when unknown.
+std::int64_t Examination::behindPlanes() const
+{
+    std::int64_t end = m_found.records.empty() ? -1 : m_found.records.back().end;
+    for (const PlaneSlot& slot : m_aligner->slots()) {
+        if (slot.isPlaced) {
+            end = std::max(end, slot.offset + slot.length);
+        } else if (slot.headOffset >= 0) {
+            end = std::max(end, slot.headOffset + slot.length);
+        }
+    }
+    return end;
+}
+
+/// The header gives a raw picture's size, and so its place at the end of the file. Where the
+/// lengths lead elsewhere, and the bytes up to there read as a section without layers, they are the
+/// section.
+void Examination::correctSection()
+{
+    const DocumentFacts& facts = m_document.facts;
+    const std::int64_t rowBytes = (std::int64_t{facts.width} * facts.depth + 7) / 8;
+    const std::int64_t picture = m_source.size() - 2 - rowBytes * facts.height * facts.channels;
+    if (!m_hasHeader || !m_found.records.empty() || m_sections.layersEnd == picture ||
+        m_source.u16(picture) != 0) {
+        return;
+    }
+    const bool large = facts.version == 2;
+    for (const std::int64_t start :
+         {m_sections.layersStart, m_resources->end() + (large ? 8 : 4)}) {
+        if (start >= 0 && readBlocksOfSection(m_source, start, picture, large).end == picture) {
+            m_sections.layersStart = start;
+            m_sections.layersEnd = picture;
+            return;
+        }
+    }
+}
+
+void Examination::findBlocks()
+{
+    const bool large = m_document.facts.version == 2;
+    DocumentBlocks behind;
+    const std::int64_t planesEnd = behindPlanes();
+    if (planesEnd >= 0) {
+        behind = readBlocksBehind(m_source, planesEnd, large);
+    }
+    DocumentBlocks stated;
+    if (m_sections.layersEnd > m_sections.layersStart) {
+        stated = readBlocksOfSection(m_source, m_sections.layersStart, m_sections.layersEnd, large);
+    }
+    const bool useStated = stated.blocks.size() >= behind.blocks.size();
+    DocumentBlocks& chosen = useStated ? stated : behind;
+    m_document.globalMask = stated.globalMask.length > 0 ? stated.globalMask : behind.globalMask;
+    for (const TaggedBlock& block : chosen.blocks) {
+        if (!holdsLayers(block.key)) {
+            m_document.blocks.push_back(block);
+        }
+    }
+    m_blocksEnd = chosen.end;
+    m_isCut = behind.isCut;
+}
+
+/// Behind the planes and blocks that are still to come by what the records and blocks say. What
+/// stands before is theirs, however much its rows look like those of the picture.
+std::int64_t Examination::earliestPicture() const
+{
+    const std::int64_t planesEnd = behindPlanes();
+    if (planesEnd < 0) {
+        return 0;
+    }
+    const std::int64_t size = m_source.size();
+    std::int64_t end = m_isCut ? size : planesEnd;
+    const auto& slots = m_aligner->slots();
+    for (auto slot = slots.rbegin(); slot != slots.rend() && end < size; ++slot) {
+        if (slot->isPlaced || slot->headOffset >= 0) {
+            break;
+        }
+        end += std::clamp<std::int64_t>(slot->length, 0, size);
+    }
+    end = std::max(end, m_blocksEnd);
+    return m_sections.layersEnd >= planesEnd ? std::min(end, m_sections.layersEnd) : end;
+}
+
+std::optional<BlindComposite> Examination::blindComposite()
+{
+    for (std::int64_t pad = 0; m_blocksEnd >= 0 && pad <= 3; ++pad) {
+        if (auto found = compositeAt(m_source, m_blocksEnd + pad, entryBytes())) {
+            return found;
+        }
+    }
+    const std::int64_t from = std::max({behindPlanes(), m_resources->end(), m_blocksEnd});
+    return findBlindComposite(m_source, from, entryBytes(), m_control);
+}
+
+void Examination::rebuildHeader()
+{
+    m_progress("Working out the document's size", 0.55);
+    DocumentFacts& facts = m_document.facts;
+    HeaderEvidence evidence{
+        m_found.records,       *m_resources, facts.colorData,
+        blindComposite(),      -1,           depthOfLayerBlocks(m_source, m_index),
+        m_document.mergedAlpha};
+    const std::int64_t start = m_sections.layersEnd >= 0 ? m_sections.layersEnd : m_blocksEnd;
+    if (start >= 0 && m_source.u16(start) == 0) {
+        evidence.rawBytes = m_source.size() - start - 2;
+    }
+    if (!m_found.records.empty() && evidence.depth == 0) {
+        evidence.depth = facts.depth;
+    }
+    HeaderRebuilder(m_source, evidence).run(facts);
+}
+
+/// A header can be damaged and still be one that a document can have. A picture that proves itself
+/// at another size is believed more.
+void Examination::correctHeader()
+{
+    const auto picture = blindComposite();
+    if (!picture) {
+        return;
+    }
+    const DocumentFacts stated = m_document.facts;
+    const HeaderEvidence evidence{
+        m_found.records, *m_resources,          stated.colorData, picture, -1,
+        stated.depth,    m_document.mergedAlpha};
+    HeaderRebuilder(m_source, evidence).run(m_document.facts);
+    m_document.facts.mode = stated.mode;
+    const Composite former = m_document.composite;
+    findComposite();
+    if (m_document.composite.state != State::Whole) {
+        m_document.facts = stated;
+        m_document.composite = former;
+    }
+}
+
+/// Ends of the last few blocks in the file that lead to no other: the picture may begin there.
+std::vector<std::int64_t> Examination::endsOfLastBlocks()
+{
+    constexpr std::size_t kLooked = 64;
+    constexpr std::size_t kMostEnds = 8;
+    const auto& offsets = m_index.blocks();
+    std::vector<std::int64_t> ends;
+    for (std::size_t i = 0; i < std::min(offsets.size(), kLooked); ++i) {
+        const std::int64_t offset = offsets[offsets.size() - 1 - i];
+        const auto block =
+            readTaggedBlock(m_source, offset, m_source.size(), m_document.facts.version == 2, 4);
+        if (block && m_source.u16(block->whole.end()) <= 1 && ends.size() < kMostEnds) {
+            ends.push_back(block->whole.end());
+        }
+    }
+    return ends;
+}
+
+void Examination::findComposite()
+{
+    m_progress("Looking for the merged picture", 0.6);
+    if (m_document.facts.origin == HeaderOrigin::Unknown) {
+        return;
+    }
+    std::vector<std::int64_t> candidates;
+    std::int64_t from = std::max<std::int64_t>(behindPlanes(), m_resources->end());
+    if (m_sections.layersEnd >= from) {
+        candidates.push_back(m_sections.layersEnd);
+    }
+    const auto add = [&candidates](std::int64_t at) {
+        for (std::int64_t pad = 0; at >= 0 && pad <= 3; ++pad) {
+            candidates.push_back(at + pad);
+        }
+    };
+    add(m_blocksEnd);
+    // Old programs write no blocks: the empty global mask stands before the picture.
+    add(behindPlanes() < 0 ? -1 : behindPlanes() + 4);
+    for (const std::int64_t end : endsOfLastBlocks()) {
+        add(end);
+    }
+    std::erase_if(candidates, [this](std::int64_t at) { return m_source.u16(at) > 3; });
+    CompositeFinder finder(m_source, m_document.facts, m_control);
+    m_document.composite = finder.run(m_sections.layersEnd, candidates, std::max(from, m_blocksEnd),
+                                      earliestPicture());
+}
+
+/// A lost picture is made anew, unless the canvas claims far more room than the document has.
+void Examination::decideFlattening()
+{
+    constexpr std::int64_t kTimesSource = 64;
+    constexpr std::int64_t kFreeBytes = std::int64_t{64} << 20;
+    const DocumentFacts& facts = m_document.facts;
+    const std::int64_t bytes =
+        (std::int64_t{facts.width} * facts.depth + 7) / 8 * facts.height * facts.channels;
+    m_document.composite.rows = std::int64_t{facts.height} * facts.channels;
+    m_document.composite.flattened = m_document.composite.channels.empty() &&
+                                     bytes <= kFreeBytes + kTimesSource * m_source.size() &&
+                                     canFlatten(m_document);
+}
+
+} // namespace talvek::recovery
