@@ -116,6 +116,8 @@ void Examination::findResources()
     m_resources.emplace(m_source, m_index);
     m_resources->run(from, to);
     m_document.resources = m_resources->resources();
+    m_document.resourcesAreWhole =
+        m_hasHeader && m_resources->areWhole(m_sections.resourcesStart, m_sections.resourcesEnd);
     m_document.statedLayers = statedLayerCount(*m_resources);
     for (const Resource& resource : m_document.resources) {
         if (resource.id == 0x040C) {

@@ -258,6 +258,7 @@ struct RecoveredDocument
     std::vector<Layer> layers; ///< in the order of the records: the lowest first
     Composite composite;
     std::vector<Resource> resources;
+    bool resourcesAreWhole = false;  ///< one after the other without a gap, from the first one on
     std::vector<TaggedBlock> blocks; ///< of the document, behind the layers
     ByteRange globalMask;            ///< without its length field
     bool mergedAlpha = false;        ///< the composite's first extra channel is its transparency

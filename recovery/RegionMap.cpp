@@ -137,6 +137,10 @@ void noteMissing(RecoveredDocument& document)
     } else if (document.facts.origin == HeaderOrigin::Unknown) {
         missing.emplace_back("The header is lost, and nothing tells the size of the picture.");
     }
+    if (document.facts.origin == HeaderOrigin::Header && !document.resourcesAreWhole) {
+        missing.emplace_back(
+            "Some of the image resources (metadata, profile, guides and the like) are damaged.");
+    }
     if (document.statedLayers && *document.statedLayers > found) {
         missing.push_back("Of " + std::to_string(*document.statedLayers) +
                           " layers and ends of groups " +

@@ -15,6 +15,8 @@ constexpr std::uint16_t kGroupsEnabled = 0x0430;
 constexpr std::uint16_t kAlphaIds = 0x041D;
 constexpr std::uint16_t kAlphaNames = 0x03EE;
 constexpr std::int64_t kThumbnailHead = 28;
+/// Of the section behind the resources: its length, and those of an empty layer info and mask.
+constexpr std::int64_t kLeastToBlock = 12;
 
 /// Signatures that blocks in this section carry beside the usual one.
 bool isResourceSignature(std::uint32_t signature)
@@ -56,6 +58,18 @@ const Resource* ResourceFinder::find(std::uint16_t id) const
     return found == m_resources.end() ? nullptr : &*found;
 }
 
+bool ResourceFinder::areWhole(std::int64_t start, std::int64_t end) const
+{
+    std::int64_t at = start;
+    for (const Resource& resource : m_resources) {
+        if (resource.whole.offset != at) {
+            return false;
+        }
+        at = resource.whole.end();
+    }
+    return at >= 0 && (end < 0 ? !m_resources.empty() : at == end);
+}
+
 std::int64_t ResourceFinder::end() const
 {
     return m_resources.empty() ? -1 : m_resources.back().whole.end();
@@ -79,7 +93,7 @@ std::optional<Resource> ResourceFinder::resourceAt(std::int64_t offset, std::int
         // A section follows: the length of the layers' section, or that of the whole.
         const std::int64_t next = m_index.firstAtOrBehind(end);
         const bool isLast = end == limit || (end <= limit && m_source.u8(end) <= 0x3F &&
-                                             (next < 0 || next > end + 16));
+                                             (next < 0 || next >= end + kLeastToBlock));
         if (isResourceSignature(m_source.u32(end)) || isLast) {
             resource.whole = {offset, end - offset, 0};
             return resource;

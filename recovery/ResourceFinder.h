@@ -24,6 +24,9 @@ public:
 
     [[nodiscard]] const std::vector<Resource>& resources() const { return m_resources; }
     [[nodiscard]] const Resource* find(std::uint16_t id) const;
+    /// One follows the other, without a gap, from the section's stated beginning on.
+    /// @param end  of the section, as stated; -1 if it cannot be
+    [[nodiscard]] bool areWhole(std::int64_t start, std::int64_t end) const;
     /// Behind the last resource; -1 if there is none.
     [[nodiscard]] std::int64_t end() const;
 

@@ -120,6 +120,9 @@ void Reference::takeParts()
     if (sameMode && m_document.facts.mode == ColorMode::Indexed) {
         takePart(m_document.facts.colorData, m_older.facts.colorData, "The colour table");
     }
+    if (m_document.resourcesAreWhole) {
+        return; // What it does not have, it never had.
+    }
     if (sameMode) {
         takePart(m_document.profile, m_older.profile, "The colour profile");
     }

@@ -90,6 +90,30 @@ TEST(Composite, AnotherAlphaChannelIsNoTransparency)
     EXPECT_FALSE(Found(document).document().mergedAlpha);
 }
 
+TEST(Resources, TheLastOneIsKeptInFrontOfABlockOfLayers)
+{
+    PsdBuilder builder;
+    builder.size(40, 30).depth(16).layersInBlock().resource(0x0FA1, Bytes(28));
+    builder.layer("deep");
+    const Found found(builder.build());
+    EXPECT_TRUE(found.document().resourcesAreWhole);
+    ASSERT_NE(found.document().resource(0x0FA1), nullptr);
+    EXPECT_EQ(found.document().resource(0x0FA1)->data.length, 28);
+}
+
+TEST(Resources, ADamagedOneIsMissed)
+{
+    PsdBuilder builder = threeLayers();
+    builder.resource(0x03F3, Bytes(40)).resource(0x0425, Bytes(16));
+    Document document = builder.build();
+    EXPECT_TRUE(Found(document).document().missing.empty());
+    document.deleteBytes(document.imageResources.data + 20, 1);
+    const Found found(document);
+    EXPECT_FALSE(found.document().resourcesAreWhole);
+    EXPECT_EQ(found.document().missing.size(), 1U);
+    EXPECT_NE(found.document().resource(0x0425), nullptr);
+}
+
 TEST(Composite, ACutOneKeepsTheRowsBeforeTheCut)
 {
     Document document = PsdBuilder{}.size(40, 30).build();

@@ -195,6 +195,14 @@ TEST_F(ReferenceTest, PartsThatAreLostAreTakenAndNamed)
     EXPECT_EQ(m_document.xmp.source, 0);
 }
 
+TEST_F(ReferenceTest, WhatTheDocumentNeverHadIsNotTaken)
+{
+    m_theirs.document().profile = m_theirs.store("profile");
+    m_ours.document().resourcesAreWhole = true;
+    EXPECT_TRUE(run().empty());
+    EXPECT_EQ(m_document.profile.length, 0);
+}
+
 TEST_F(ReferenceTest, AnOldPictureDoesNotStandForNewLayers)
 {
     addLayer(m_ours, "a", 3, 10);
