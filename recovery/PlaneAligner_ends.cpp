@@ -60,7 +60,7 @@ bool PlaneAligner::codeStandsAt(const PlaneSlot& slot, std::int64_t offset) cons
 {
     const bool isRaw = slot.length == kCodeBytes + slot.shape.bytes();
     const std::uint16_t code = m_source.u16(offset);
-    return code <= 3 && (slot.isEmpty || isRaw == (code == 0));
+    return slot.isEmpty ? code <= 1 : code <= 3 && isRaw == (code == 0);
 }
 
 bool PlaneAligner::reachesEnd(std::size_t segment, std::int64_t shift) const
@@ -69,15 +69,22 @@ bool PlaneAligner::reachesEnd(std::size_t segment, std::int64_t shift) const
            std::find(m_ends.begin(), m_ends.end(), shift + m_lastLength) != m_ends.end();
 }
 
-/// What stands at `end` can follow the slot's plane: the head of the next one, or, behind the last
-/// one, the end of the layers.
+/// What stands at `end` can follow the slot's plane: the heads of the next ones up to one that has
+/// samples, or, behind the last one, the end of the layers.
 bool PlaneAligner::canEndAt(std::size_t index, std::int64_t end) const
 {
-    if (index + 1 == m_slots.size()) {
-        return layersCanEndAt(end) || codeCanStandAt(end);
+    std::int64_t at = end;
+    for (std::size_t i = index + 1; i < m_slots.size(); ++i) {
+        const PlaneSlot& next = m_slots[i];
+        if (next.segment != m_slots[index].segment) {
+            return codeCanStandAt(at);
+        }
+        if (!next.isEmpty || !codeStandsAt(next, at)) {
+            return codeStandsAt(next, at);
+        }
+        at += next.length;
     }
-    const PlaneSlot& next = m_slots[index + 1];
-    return next.segment == m_slots[index].segment ? codeStandsAt(next, end) : codeCanStandAt(end);
+    return layersCanEndAt(at) || codeCanStandAt(at);
 }
 
 bool PlaneAligner::layersCanEndAt(std::int64_t end) const
