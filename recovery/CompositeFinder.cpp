@@ -3,6 +3,7 @@
 #include "recovery/PackBitsRow.h"
 #include "recovery/PlaneScan.h"
 #include "recovery/RowSalvage.h"
+#include "recovery/Zeros.h"
 
 #include <algorithm>
 
@@ -32,11 +33,10 @@ Composite CompositeFinder::run(std::int64_t stated, const std::vector<std::int64
     if (m_shape.isEmpty()) {
         return {};
     }
+    const std::int64_t rawStart = m_source.size() - kCodeBytes - m_shape.bytes();
     for (const std::int64_t offset : candidates) {
-        // Raw samples prove nothing: unless the end of the file agrees, only the likeliest is raw.
-        const bool canBeRaw =
-            offset >= partFrom &&
-            (offset == stated || offset + kCodeBytes + m_shape.bytes() == m_source.size());
+        // Raw samples prove nothing, unless the end of the file agrees.
+        const bool canBeRaw = offset >= partFrom && offset == rawStart;
         if ((canBeRaw || m_source.u16(offset) != 0) && isWholeAt(offset)) {
             return whole(offset);
         }
@@ -48,12 +48,17 @@ Composite CompositeFinder::run(std::int64_t stated, const std::vector<std::int64
         }
         damaged.push_back(offset);
     }
-    const std::int64_t rawStart = m_source.size() - kCodeBytes - m_shape.bytes();
+    // Where the lengths say, when nothing but what a writer padded the file with follows it.
+    const bool isStated = stated >= partFrom && m_source.u16(stated) == 0 && isWholeAt(stated);
+    const std::int64_t behind = stated + kCodeBytes + m_shape.bytes();
+    if (isStated && holdsZeros(m_source, behind, m_source.size(), m_source.size() - behind)) {
+        return whole(stated);
+    }
     if (rawStart >= std::max(scanFrom, partFrom) && m_source.u16(rawStart) == 0 &&
         isWholeAt(rawStart)) {
         return whole(rawStart);
     }
-    return bestOf(damaged);
+    return isStated && isWholeAt(stated) ? whole(stated) : bestOf(damaged);
 }
 
 /// Packed rows show that they are rows; raw ones are believed only where nothing else is found.

@@ -272,6 +272,7 @@ void Examination::countLayers()
         std::erase_if(m_document.layers, [](const Layer& layer) { return !layer.hasRecord; });
         m_document.planesWithoutRecord = 0;
     }
+    m_document.layersMayBeLost = m_document.layers.empty() && !provesNoLayers();
 }
 
 } // namespace talvek::recovery

@@ -61,6 +61,8 @@ private:
     void doubtPlanes();
     void countLayers();
     void decideFlattening();
+    [[nodiscard]] bool isEmptySection(std::int64_t start, std::int64_t end);
+    [[nodiscard]] bool provesNoLayers();
 
     [[nodiscard]] int entryBytes() const { return m_document.facts.version == 2 ? 4 : 2; }
     [[nodiscard]] bool hasMergedAlpha();

@@ -4,6 +4,7 @@
 #include "recovery/TaggedBlocks.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace talvek::recovery {
 
@@ -184,6 +185,47 @@ void Examination::findComposite()
     CompositeFinder finder(m_source, m_document.facts, m_control);
     m_document.composite = finder.run(m_sections.layersEnd, candidates, std::max(from, m_blocksEnd),
                                       earliestPicture());
+}
+
+/// A section from `start` to `end` that holds no layers, be it because it holds nothing at all.
+bool Examination::isEmptySection(std::int64_t start, std::int64_t end)
+{
+    constexpr std::int64_t kMostInfo = 16;
+    constexpr std::int64_t kMostPadding = 3;
+    const bool large = m_document.facts.version == 2;
+    const std::int64_t lengthBytes = large ? 8 : 4;
+    if (start < 0 || start > end || end - start <= kMostPadding) {
+        return start == end;
+    }
+    const auto info =
+        static_cast<std::int64_t>(m_source.number(start, static_cast<std::size_t>(lengthBytes)));
+    // A count of no layers, and padding.
+    for (std::int64_t at = 0; at < std::clamp<std::int64_t>(info, 0, kMostInfo); ++at) {
+        if (m_source.u8(start + lengthBytes + at) != 0) {
+            return false;
+        }
+    }
+    const DocumentBlocks blocks = readBlocksOfSection(m_source, start, end, large);
+    const bool reaches = blocks.end >= 0 && end - blocks.end <= kMostPadding;
+    return info >= 0 && info <= kMostInfo && (reaches || end - start == lengthBytes + info) &&
+           std::none_of(blocks.blocks.begin(), blocks.blocks.end(),
+                        [](const TaggedBlock& block) { return holdsLayers(block.key); });
+}
+
+/// The picture follows the resources, with nothing between them but a section without layers.
+bool Examination::provesNoLayers()
+{
+    // So far away an empty section may stand when bytes of the resources are missing or too many.
+    constexpr std::int64_t kNear = 16;
+    const std::int64_t picture = m_document.composite.bytes.offset;
+    const std::int64_t lengthBytes = m_document.facts.version == 2 ? 8 : 4;
+    const std::int64_t stated = m_sections.layersStart;
+    const bool isEmptyNearby =
+        stated >= 0 && std::abs(stated - picture) <= kNear &&
+        m_source.number(picture - lengthBytes, static_cast<std::size_t>(lengthBytes)) == 0;
+    return m_document.composite.bytes.length > 0 &&
+           (isEmptySection(stated, picture) || isEmptyNearby ||
+            (m_resources->end() >= 0 && isEmptySection(m_resources->end() + lengthBytes, picture)));
 }
 
 /// A lost picture is made anew, unless the canvas claims far more room than the document has.

@@ -271,6 +271,8 @@ struct RecoveredDocument
 
     /// How many layers the document says that it had, from resources far away from the layers.
     std::optional<std::int32_t> statedLayers;
+    /// No layers were found, and nothing shows that there were none.
+    bool layersMayBeLost = false;
     std::int32_t planesWithoutRecord = 0;
     std::int32_t recordsWithoutPlanes = 0;
     std::vector<std::string> missing; ///< what was found missing, a sentence each

@@ -141,6 +141,11 @@ void noteMissing(RecoveredDocument& document)
         missing.emplace_back(
             "Some of the image resources (metadata, profile, guides and the like) are damaged.");
     }
+    if (document.layersMayBeLost && document.composite.state != State::Lost) {
+        missing.emplace_back(
+            "Whether there were layers cannot be told: what stands where they would "
+            "be is damaged or gone.");
+    }
     if (document.statedLayers && *document.statedLayers > found) {
         missing.push_back("Of " + std::to_string(*document.statedLayers) +
                           " layers and ends of groups " +

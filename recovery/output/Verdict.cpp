@@ -90,16 +90,19 @@ std::string compositeClause(const Composite& composite)
 }
 
 /// Documents may have had no layers at all: then the merged picture is the whole of it.
-std::string flatVerdict(const Composite& composite)
+std::string flatVerdict(const RecoveredDocument& document)
 {
-    switch (composite.state) {
+    const std::string layers =
+        document.layersMayBeLost || document.composite.state == State::Partial
+            ? "; no layers were found."
+            : "; the document has no layers.";
+    switch (document.composite.state) {
     case State::Whole:
-        return "The picture is back whole; the document has no layers.";
+        return "The picture is back whole" + layers;
     case State::Unproved:
-        return "The picture is back, though nothing in the file can prove it; the document has no "
-               "layers.";
+        return "The picture is back, though nothing in the file can prove it" + layers;
     default:
-        return "The picture is back in part; no layers were found.";
+        return "The picture is back in part" + layers;
     }
 }
 
@@ -139,7 +142,8 @@ Outcome outcome(const RecoveredDocument& document)
     const bool compositeDamaged =
         document.composite.state == State::Partial || document.composite.state == State::Lost;
     const bool damaged = count.partial + count.lost + count.gone > 0 ||
-                         document.composite.flattened || compositeDamaged;
+                         document.composite.flattened || compositeDamaged ||
+                         document.layersMayBeLost;
     return damaged ? Outcome::Damaged : Outcome::Complete;
 }
 
@@ -154,7 +158,7 @@ std::string verdict(const RecoveredDocument& document)
     }
     const LayerTally count = tally(document);
     if (count.layers == 0 && count.gone == 0 && hasComposite(document)) {
-        return flatVerdict(document.composite);
+        return flatVerdict(document);
     }
     return layerClause(count) + compositeClause(document.composite) + ".";
 }

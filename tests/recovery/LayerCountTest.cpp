@@ -70,6 +70,37 @@ TEST(LayerCount, ALayerThatVanishedIsMissedWithoutAHeader)
     EXPECT_EQ(gone(document), 1);
 }
 
+TEST(LayerCount, ADocumentWithoutLayersHasLostNone)
+{
+    PsdBuilder builder;
+    builder.size(40, 30).resource(0x0425, Bytes(16)).globalBlock("Patt", Bytes(8));
+    const Document document = builder.build();
+    EXPECT_FALSE(Found(document).document().layersMayBeLost);
+    Document lying = document;
+    lying.lieLength(document.layerAndMask.lengthField, 0);
+    EXPECT_FALSE(Found(lying).document().layersMayBeLost);
+    Document headless = document;
+    EXPECT_FALSE(Found(headless.zeroFill(0, 26)).document().layersMayBeLost);
+    Document shifted = document;
+    shifted.deleteBytes(document.imageResources.data + 20, 1);
+    EXPECT_FALSE(Found(shifted).document().layersMayBeLost);
+}
+
+TEST(LayerCount, LayersThatWereWrittenOverMayBeLost)
+{
+    const Document document = threeLayers().build();
+    for (const int value : {0x00, 0xFF}) {
+        Document damaged = document;
+        const std::int64_t from = document.layerAndMask.lengthField;
+        damaged.overwrite(from, Bytes(static_cast<std::size_t>(document.composite - from),
+                                      static_cast<std::uint8_t>(value)));
+        const Found found(damaged);
+        EXPECT_EQ(found.document().composite.state, recovery::State::Whole) << value;
+        EXPECT_TRUE(found.document().layersMayBeLost) << value;
+        EXPECT_EQ(outcome(found.document()), Outcome::Damaged) << value;
+    }
+}
+
 TEST(LayerCount, ANegativeCountCountsToo)
 {
     Document document = threeLayers().channelCount(4).mergedAlpha().build();

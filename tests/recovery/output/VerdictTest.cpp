@@ -97,6 +97,14 @@ TEST(Verdict, AFlatDocumentIsAPicture)
     EXPECT_EQ(verdict(withLayers({})), "The picture is back whole; the document has no layers.");
 }
 
+TEST(Verdict, LayersThatMayBeLostAreNotDenied)
+{
+    auto document = withLayers({});
+    document.layersMayBeLost = true;
+    EXPECT_EQ(verdict(document), "The picture is back whole; no layers were found.");
+    EXPECT_EQ(outcome(document), Outcome::Damaged);
+}
+
 TEST(Verdict, AFlattenedPictureIsNotTheStoredOne)
 {
     auto document = withLayers({State::Whole});
