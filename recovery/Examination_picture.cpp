@@ -4,7 +4,6 @@
 #include "recovery/TaggedBlocks.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 namespace talvek::recovery {
 
@@ -215,17 +214,28 @@ bool Examination::isEmptySection(std::int64_t start, std::int64_t end)
 /// The picture follows the resources, with nothing between them but a section without layers.
 bool Examination::provesNoLayers()
 {
-    // So far away an empty section may stand when bytes of the resources are missing or too many.
-    constexpr std::int64_t kNear = 16;
     const std::int64_t picture = m_document.composite.bytes.offset;
     const std::int64_t lengthBytes = m_document.facts.version == 2 ? 8 : 4;
-    const std::int64_t stated = m_sections.layersStart;
-    const bool isEmptyNearby =
-        stated >= 0 && std::abs(stated - picture) <= kNear &&
-        m_source.number(picture - lengthBytes, static_cast<std::size_t>(lengthBytes)) == 0;
-    return m_document.composite.bytes.length > 0 &&
-           (isEmptySection(stated, picture) || isEmptyNearby ||
-            (m_resources->end() >= 0 && isEmptySection(m_resources->end() + lengthBytes, picture)));
+    if (m_document.composite.bytes.length <= 0) {
+        return false;
+    }
+    if (isEmptySection(m_sections.layersStart, picture) ||
+        (m_resources->end() >= 0 && isEmptySection(m_resources->end() + lengthBytes, picture))) {
+        return true;
+    }
+    // So far away it may stand when bytes of the resources are missing or too many. Then its length
+    // has to be right.
+    constexpr std::int64_t kNear = 16;
+    const std::int64_t first = std::max(lengthBytes, m_sections.layersStart - kNear);
+    for (std::int64_t start = first; start <= m_sections.layersStart + kNear; ++start) {
+        const std::uint64_t stated =
+            m_source.number(start - lengthBytes, static_cast<std::size_t>(lengthBytes));
+        if (start <= picture && stated == static_cast<std::uint64_t>(picture - start) &&
+            isEmptySection(start, picture)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 /// A lost picture is made anew, unless the canvas claims far more room than the document has.
