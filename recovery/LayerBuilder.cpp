@@ -37,6 +37,25 @@ bool holdsUnplacedBytes(const LayerRecord& record)
     return false;
 }
 
+/// Masks that have bytes, in a record whose mask block holds no rectangle that a mask has.
+/// @return true if there was one
+bool loseUnplacedMasks(const LayerRecord& record, Layer& layer)
+{
+    constexpr std::int64_t kMostOfEmpty = kCodeBytes + kMostPlanePadding;
+    bool any = false;
+    const bool isDamaged = layer.mask && layer.maskData.length == 0;
+    for (std::size_t i = 0; isDamaged && i < record.entries.size(); ++i) {
+        Channel& channel = layer.channels[i];
+        if (channel.id < -1 && channel.bounds.isEmpty() &&
+            record.entries[i].length > kMostOfEmpty) {
+            channel.plane.state = State::Lost;
+            channel.plane.proof = Proof::None;
+            any = true;
+        }
+    }
+    return any;
+}
+
 } // namespace
 
 LayerBuilder::LayerBuilder(SourceBytes& source, const DocumentFacts& facts,
@@ -179,6 +198,11 @@ void LayerBuilder::salvagePackBits(const PlaneSlot& slot, Plane& plane)
 void LayerBuilder::judge(const LayerRecord& record, Layer& layer)
 {
     layer.state = stateOfChannels(layer);
+    if (loseUnplacedMasks(record, layer)) {
+        layer.state = std::max(layer.state, State::Partial);
+        layer.note = "Place and size of its mask are damaged, so the mask is lost.";
+        return;
+    }
     // A list that no program writes has been damaged, and what it says of its planes with it.
     const int colors = colorsOf(m_facts.mode);
     if (layer.state == State::Whole && holdsUnplacedBytes(record)) {

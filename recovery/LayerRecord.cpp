@@ -313,6 +313,29 @@ void dropUnsoundNames(SourceBytes& source, Layer& layer)
     }
 }
 
+/// A mask whose rectangle no mask has is kept without one: written as it is, it would make readers
+/// refuse the whole document, or ask for all the memory there is.
+void dropUnsoundMasks(Layer& layer)
+{
+    const bool isMaskSound = !layer.mask || isPlausible(layer.mask->bounds);
+    const bool isRealMaskSound = !layer.realMask || isPlausible(layer.realMask->bounds);
+    if (isMaskSound && isRealMaskSound) {
+        return;
+    }
+    if (!isMaskSound) {
+        layer.mask->bounds = {};
+    }
+    const bool hasRealMask = std::any_of(layer.channels.begin(), layer.channels.end(),
+                                         [](const Channel& channel) { return channel.id == -3; });
+    if (!hasRealMask) {
+        layer.realMask.reset();
+    } else if (!isRealMaskSound) {
+        layer.realMask->bounds = {};
+    }
+    layer.maskData = {};
+    layer.extra = {};
+}
+
 } // namespace
 
 std::optional<LayerRecord> readRecordHead(SourceBytes& source, std::int64_t signature, bool isLarge)
@@ -349,6 +372,7 @@ void readRecordExtra(SourceBytes& source, LayerRecord& record, std::int64_t next
 {
     findRecordEnd(source, record, next);
     dropUnsoundNames(source, record.layer);
+    dropUnsoundMasks(record.layer);
 }
 
 bool isBlendMode(std::string_view letters)

@@ -99,4 +99,21 @@ TEST(LayeredDocument, AFlattenedPicturesLayersBlendWithWhatIsBelowThem)
     EXPECT_EQ(red.at(15), original.pixels(1, 0).at(15));
 }
 
+TEST(LayeredDocument, AMaskThatCanHaveNoSuchRectangleIsLostAndWrittenWithoutOne)
+{
+    Document document = threeLayers().build();
+    const auto& record = document.records[2];
+    document.flipByte(record.extraLength + 4 + 4 + 12); // the mask's right side
+    const Found found(document);
+    EXPECT_EQ(found.layer(2).state, recovery::State::Partial);
+    EXPECT_EQ(found.layer(1).state, recovery::State::Unproved);
+    ASSERT_EQ(found.layer(2).channels.back().id, -2);
+    EXPECT_EQ(found.layer(2).channels.back().plane.state, recovery::State::Lost);
+    EXPECT_FALSE(found.layer(2).note.empty());
+    const Found written(layeredDocumentOf(document.bytes));
+    ASSERT_TRUE(written.layer(2).mask);
+    EXPECT_TRUE(written.layer(2).mask->bounds.isEmpty());
+    EXPECT_EQ(written.pixels(2, 1), found.pixels(2, 1));
+}
+
 } // namespace talvek::test
