@@ -2,6 +2,7 @@
 
 #include "recovery/ChangedBytes.h"
 #include "recovery/EmbeddedFinder.h"
+#include "recovery/HeaderCheck.h"
 #include "recovery/HeaderRebuilder.h"
 #include "recovery/LayerBuilder.h"
 #include "recovery/LayerCount.h"
@@ -101,9 +102,35 @@ void Examination::findHeader()
     if (!m_found.records.empty()) {
         m_document.facts.version = m_found.isLarge ? 2 : 1;
     }
+    checkHeader();
     m_sections =
         readStatedSections(m_source, m_document.facts.header.offset, m_document.facts.version == 2);
     m_document.facts.colorData = m_sections.colorData;
+}
+
+/// Of a header that contradicts itself or the layers only the size is proposed, like others.
+void Examination::checkHeader()
+{
+    DocumentFacts& facts = m_document.facts;
+    if (!m_hasHeader) {
+        return;
+    }
+    const int depth = depthOfPlanes(m_source, m_found.records, facts.depth, entryBytes());
+    if (depth == facts.depth && !contradictsItself(facts, m_found.records)) {
+        return;
+    }
+    m_hasHeader = false;
+    m_statedWidth = facts.width;
+    m_statedHeight = facts.height;
+    facts.depth = depth;
+    facts.origin = HeaderOrigin::Rebuilt;
+    // Until the header has been worked out, the layers tell the number of colours.
+    const int colors = colorsOfRecords(m_found.records);
+    if (colors > 0 && colors != colorsOf(facts.mode)) {
+        facts.mode = colors < 3    ? ColorMode::Grayscale
+                     : colors == 3 ? ColorMode::Rgb
+                                   : ColorMode::Cmyk;
+    }
 }
 
 void Examination::findResources()

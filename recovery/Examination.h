@@ -49,6 +49,7 @@ private:
     void indexSignatures();
     void findRecords();
     void findHeader();
+    void checkHeader();
     void findResources();
     void alignPlanes();
     void buildLayers();
@@ -83,6 +84,8 @@ private:
     std::vector<ByteRange> m_embedded;
     FoundRecords m_found;
     bool m_hasHeader = false;
+    std::int32_t m_statedWidth = 0; ///< by a header that is not believed; 0 none
+    std::int32_t m_statedHeight = 0;
     StatedSections m_sections;
     std::optional<ResourceFinder> m_resources;
     std::unique_ptr<PlaneAligner> m_aligner;

@@ -104,10 +104,15 @@ void Examination::rebuildHeader()
 {
     m_progress("Working out the document's size", 0.55);
     DocumentFacts& facts = m_document.facts;
-    HeaderEvidence evidence{
-        m_found.records,       *m_resources, facts.colorData,
-        blindComposite(),      -1,           depthOfLayerBlocks(m_source, m_index),
-        m_document.mergedAlpha};
+    HeaderEvidence evidence{m_found.records,
+                            *m_resources,
+                            facts.colorData,
+                            blindComposite(),
+                            -1,
+                            depthOfLayerBlocks(m_source, m_index),
+                            m_document.mergedAlpha,
+                            m_statedWidth,
+                            m_statedHeight};
     const std::int64_t start = m_sections.layersEnd >= 0 ? m_sections.layersEnd : m_blocksEnd;
     if (start >= 0 && m_source.u16(start) == 0) {
         evidence.rawBytes = m_source.size() - start - 2;
@@ -127,9 +132,15 @@ void Examination::correctHeader()
         return;
     }
     const DocumentFacts stated = m_document.facts;
-    const HeaderEvidence evidence{
-        m_found.records, *m_resources,          stated.colorData, picture, -1,
-        stated.depth,    m_document.mergedAlpha};
+    const HeaderEvidence evidence{m_found.records,
+                                  *m_resources,
+                                  stated.colorData,
+                                  picture,
+                                  -1,
+                                  stated.depth,
+                                  m_document.mergedAlpha,
+                                  0,
+                                  0};
     HeaderRebuilder(m_source, evidence).run(m_document.facts);
     m_document.facts.mode = stated.mode;
     const Composite former = m_document.composite;

@@ -1,5 +1,6 @@
 #include "recovery/HeaderRebuilder.h"
 
+#include "recovery/HeaderCheck.h"
 #include "recovery/HeaderFinder.h"
 #include "recovery/TaggedBlocks.h"
 
@@ -16,7 +17,6 @@ namespace {
 constexpr std::int64_t kMostExtent = 300000;
 constexpr std::int64_t kMostLooked = 60 << 10;
 constexpr std::int64_t kPaletteBytes = 768;
-constexpr std::int64_t kToningBytes = 112;
 constexpr std::uint16_t kThumbnail = 0x040C;
 constexpr std::uint16_t kOldThumbnail = 0x0409;
 constexpr std::uint16_t kProfile = 0x040F;
@@ -62,10 +62,12 @@ int depthOfLayerBlocks(SourceBytes& source, const SignatureIndex& index)
 
 void HeaderRebuilder::run(DocumentFacts& facts)
 {
-    m_depth = m_evidence.depth > 0                          ? m_evidence.depth
-              : m_evidence.colorData.length == kToningBytes ? 32
-              : modeOfMetadata() == ColorMode::Bitmap       ? 1
-                                                            : 8;
+    m_depth = m_evidence.depth > 0                    ? m_evidence.depth
+              : isToning()                            ? 32
+              : modeOfMetadata() == ColorMode::Bitmap ? 1
+                                                      : 8;
+    m_colors = colorsTold();
+    propose(m_evidence.statedWidth, m_evidence.statedHeight, 30);
     proposeFromSlices();
     proposeFromLayers();
     proposeFromThumbnail();
@@ -91,14 +93,14 @@ void HeaderRebuilder::run(DocumentFacts& facts)
     }
     const std::int64_t stored = best == m_sizes.end() ? 0 : channelsFor(*best);
     facts.channels =
-        static_cast<std::int32_t>(stored > 0 ? stored : std::max(1, colors()) + extraChannels());
+        static_cast<std::int32_t>(stored > 0 ? stored : std::max(1, m_colors) + extraChannels());
     facts.depth = m_depth;
     facts.mode = mode(facts.channels);
     // One bit a sample is black and white, and nothing else is.
     if ((facts.mode == ColorMode::Bitmap) != (facts.depth == 1)) {
         facts.mode = facts.depth == 1 ? ColorMode::Bitmap : ColorMode::Grayscale;
     }
-    if (stored == 0 && colors() == 0) {
+    if (stored == 0 && m_colors == 0) {
         facts.channels = std::max(1, colorsOf(facts.mode)) + extraChannels();
     }
 }
@@ -209,7 +211,7 @@ void HeaderRebuilder::proposeFromComposite()
         return;
     }
     const std::int64_t rows = m_evidence.composite->shape.rows;
-    const int usual = std::max(1, colors()) + extraChannels();
+    const int usual = std::max(1, m_colors) + extraChannels();
     for (std::int64_t channels = 1; channels <= 57; ++channels) {
         if (rows % channels == 0) {
             propose(width, rows / channels, channels == usual ? 2 : 1);
@@ -244,26 +246,32 @@ std::int64_t HeaderRebuilder::channelsFor(const Size& size) const
 int HeaderRebuilder::fit(const Size& size) const
 {
     const std::int64_t channels = channelsFor(size);
-    const bool enough = channels >= std::max(1, colors());
-    return size.weight + (channels > 0 ? (enough ? 100000 : 50000) : 0);
+    const bool enough = channels >= std::max(1, m_colors);
+    const bool expected = m_colors > 0 && channels == m_colors + extraChannels();
+    return size.weight + (channels > 0 ? (enough ? 100000 : 50000) : 0) + (expected ? 5 : 0);
 }
 
-/// Colours by the layers' channel lists; 0 without layers.
-int HeaderRebuilder::colors() const
+/// By what the metadata say of the mode, by the layers' channel lists or by the profile.
+int HeaderRebuilder::colorsTold()
 {
-    int greatest = -1;
-    std::array<int, 64> votes = {};
-    for (const LayerRecord& record : m_evidence.records) {
-        greatest = -1;
-        for (const ChannelEntry& entry : record.entries) {
-            greatest = std::max<int>(greatest, entry.id);
-        }
-        if (greatest >= 0) {
-            ++votes[static_cast<std::size_t>(greatest + 1)];
-        }
+    const auto mode = modeOfMetadata();
+    if (mode && colorsOf(*mode) > 0) {
+        return colorsOf(*mode);
     }
-    const auto most = std::max_element(votes.begin(), votes.end());
-    return *most == 0 ? 0 : static_cast<int>(most - votes.begin());
+    if (const int layers = colorsOfRecords(m_evidence.records); layers > 0) {
+        return layers;
+    }
+    // Indexed colours and toned ones have a profile of what they stand for.
+    const bool isPlain = m_evidence.colorData.length == 0 || isToning();
+    const auto told = isPlain ? modeOfProfile() : std::nullopt;
+    return told ? colorsOf(*told) : 0;
+}
+
+/// Pictures of 32 bits a sample keep there how they are shown.
+bool HeaderRebuilder::isToning()
+{
+    return m_evidence.colorData.length >= 4 &&
+           m_source.u32(m_evidence.colorData.offset) == key("hdrt");
 }
 
 int HeaderRebuilder::extraChannels() const
@@ -282,7 +290,7 @@ ColorMode HeaderRebuilder::mode(int channels)
     if (colorBytes == kPaletteBytes) {
         return ColorMode::Indexed;
     }
-    if (colorBytes > 0 && colorBytes != kToningBytes && colors() <= 1) {
+    if (colorBytes > 0 && !isToning() && m_colors <= 1) {
         return ColorMode::Duotone;
     }
     if (m_depth == 1) {
@@ -291,9 +299,9 @@ ColorMode HeaderRebuilder::mode(int channels)
     if (const auto told = modeOfProfile()) {
         return *told;
     }
-    const int count = colors() > 0 ? colors() : channels;
+    const int count = m_colors > 0 ? m_colors : channels;
     return count <= 2                    ? ColorMode::Grayscale
-           : count == 3 || colors() == 0 ? ColorMode::Rgb
+           : count == 3 || m_colors == 0 ? ColorMode::Rgb
                                          : ColorMode::Cmyk;
 }
 

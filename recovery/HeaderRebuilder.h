@@ -24,6 +24,8 @@ struct HeaderEvidence
     std::int64_t rawBytes = -1; ///< of a picture that seems to be raw, without its code; -1 none
     int depth = 0;              ///< 0 unknown
     bool mergedAlpha = false;
+    std::int32_t statedWidth = 0; ///< by a header that cannot be right as a whole; 0 none
+    std::int32_t statedHeight = 0;
 };
 
 /// Works out size, channels, depth and mode from what the rest of the document says about them.
@@ -57,7 +59,8 @@ private:
     void proposeFromComposite();
     [[nodiscard]] int fit(const Size& size) const;
     [[nodiscard]] std::int64_t widthOfComposite() const;
-    [[nodiscard]] int colors() const;
+    int colorsTold();
+    bool isToning();
     [[nodiscard]] int extraChannels() const;
     ColorMode mode(int channels);
     std::optional<ColorMode> modeOfMetadata();
@@ -68,6 +71,7 @@ private:
     SourceBytes& m_source;
     const HeaderEvidence& m_evidence;
     int m_depth = 8;
+    int m_colors = 0; ///< 0 unknown
     std::vector<Size> m_sizes;
 };
 
