@@ -45,7 +45,7 @@ RecoveredDocument Examination::run(const std::string& path)
         m_document.mergedAlpha = hasMergedAlpha();
     }
     findComposite();
-    if (m_hasHeader && m_document.composite.state >= State::Partial) {
+    if (m_hasHeader && isOfAnotherSize(m_document.composite)) {
         correctHeader();
     }
     tell();

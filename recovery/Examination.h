@@ -57,6 +57,8 @@ private:
     void findBlocks();
     void rebuildHeader();
     void findComposite();
+    [[nodiscard]] bool isOfAnotherSize(const Composite& picture);
+    [[nodiscard]] std::int64_t rawBytesBehindLayers();
     void correctHeader();
     void carvePlanes();
     void doubtPlanes();

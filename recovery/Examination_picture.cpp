@@ -2,6 +2,7 @@
 #include "recovery/Flattening.h"
 #include "recovery/HeaderRebuilder.h"
 #include "recovery/TaggedBlocks.h"
+#include "recovery/Zeros.h"
 
 #include <algorithm>
 
@@ -113,22 +114,36 @@ void Examination::rebuildHeader()
                             m_document.mergedAlpha,
                             m_statedWidth,
                             m_statedHeight};
-    const std::int64_t start = m_sections.layersEnd >= 0 ? m_sections.layersEnd : m_blocksEnd;
-    if (start >= 0 && m_source.u16(start) == 0) {
-        evidence.rawBytes = m_source.size() - start - 2;
-    }
+    evidence.rawBytes = rawBytesBehindLayers();
     if (!m_found.records.empty() && evidence.depth == 0) {
         evidence.depth = facts.depth;
     }
     HeaderRebuilder(m_source, evidence).run(facts);
 }
 
+/// Of a picture that seems to be raw, without its code; -1 if there is none.
+std::int64_t Examination::rawBytesBehindLayers()
+{
+    const std::int64_t start = m_sections.layersEnd >= 0 ? m_sections.layersEnd : m_blocksEnd;
+    return start >= 0 && m_source.u16(start) == 0 ? m_source.size() - start - 2 : -1;
+}
+
+/// The picture is damaged at the size that the header states, or there is more of it.
+bool Examination::isOfAnotherSize(const Composite& picture)
+{
+    const std::int64_t end = picture.bytes.end();
+    const std::int64_t size = m_source.size();
+    return picture.state >= State::Partial || (picture.state == State::Unproved && end < size &&
+                                               !holdsZeros(m_source, end, size, size - end));
+}
+
 /// A header can be damaged and still be one that a document can have. A picture that proves itself
-/// at another size is believed more.
+/// at another size, or reaches the end of the file, is believed more.
 void Examination::correctHeader()
 {
     const auto picture = blindComposite();
-    if (!picture) {
+    const std::int64_t rawBytes = picture ? -1 : rawBytesBehindLayers();
+    if (!picture && rawBytes <= 0) {
         return;
     }
     const DocumentFacts stated = m_document.facts;
@@ -136,7 +151,7 @@ void Examination::correctHeader()
                                   *m_resources,
                                   stated.colorData,
                                   picture,
-                                  -1,
+                                  rawBytes,
                                   stated.depth,
                                   m_document.mergedAlpha,
                                   0,
@@ -145,7 +160,9 @@ void Examination::correctHeader()
     m_document.facts.mode = stated.mode;
     const Composite former = m_document.composite;
     findComposite();
-    if (m_document.composite.state != State::Whole) {
+    const Composite& found = m_document.composite;
+    const bool reachesEnd = found.state == State::Unproved && found.bytes.end() == m_source.size();
+    if (found.state != State::Whole && !reachesEnd) {
         m_document.facts = stated;
         m_document.composite = former;
     }

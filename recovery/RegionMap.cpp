@@ -133,7 +133,7 @@ void noteMissing(RecoveredDocument& document)
     }
     auto& missing = document.missing;
     if (document.facts.origin == HeaderOrigin::Rebuilt) {
-        missing.emplace_back("The header is lost; it was worked out from the rest.");
+        missing.emplace_back("The header is lost or damaged; it was worked out from the rest.");
     } else if (document.facts.origin == HeaderOrigin::Unknown) {
         missing.emplace_back("The header is lost, and nothing tells the size of the picture.");
     }

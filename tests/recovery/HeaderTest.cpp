@@ -108,6 +108,16 @@ TEST(Header, APictureThatProvesItselfCorrectsAWrongSize)
     EXPECT_EQ(found.document().composite.state, State::Whole);
 }
 
+TEST(Header, ARawPictureOfTheLayersSizeThatEndsWithTheFileCorrectsAWrongSize)
+{
+    PsdBuilder builder = threeLayers();
+    Document document = builder.composite(Packing::raw).build();
+    document.overwrite(14, {0, 0, 0, 1}); // the height
+    const Found found(document);
+    expectFacts(found.document().facts, 40, 30, 3, ColorMode::Rgb);
+    EXPECT_EQ(found.document().composite.rowsRecovered, 90);
+}
+
 TEST(Header, AZeroedOrEmptyFileHasNothingLeft)
 {
     EXPECT_TRUE(Found(Bytes(100000, 0)).document().nothingLeft);
