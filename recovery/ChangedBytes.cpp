@@ -219,6 +219,23 @@ void doubtLayers(RecoveredDocument& document, const std::vector<RecordFaults>& r
     }
 }
 
+void noteLostNames(RecoveredDocument& document, const std::vector<RecordFaults>& records)
+{
+    std::int64_t nameless = 0;
+    for (std::size_t i = 0; i < records.size() && i < document.layers.size(); ++i) {
+        Layer& layer = document.layers[i];
+        if (records[i].any && layer.name.empty() && !layer.isDivider()) {
+            layer.note += std::string(layer.note.empty() ? "" : " ") + "Its name is lost.";
+            ++nameless;
+        }
+    }
+    if (nameless > 0) {
+        document.missing.push_back(nameless == 1 ? "One layer has lost its name."
+                                                 : std::to_string(nameless) +
+                                                       " layers have lost their names.");
+    }
+}
+
 void doubtPlaces(RecoveredDocument& document, const std::vector<RecordFaults>& records)
 {
     const bool isTorn = std::any_of(records.begin(), records.end(), [](const RecordFaults& one) {

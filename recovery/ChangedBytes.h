@@ -25,6 +25,10 @@ void doubtAll(RecoveredDocument& document);
 /// Requires: the document's layers begin with those of the records, in order.
 void doubtLayers(RecoveredDocument& document, const std::vector<RecordFaults>& records);
 
+/// For layers whose records are damaged, and which have no name left.
+/// Requires: the document's layers begin with those of the records, in order.
+void noteLostNames(RecoveredDocument& document, const std::vector<RecordFaults>& records);
+
 /// For layers whose planes are as long as another's, in a document of which records were moved or
 /// torn apart: the order of the records is then no proof of whose planes are whose.
 void doubtPlaces(RecoveredDocument& document, const std::vector<RecordFaults>& records);

@@ -2,6 +2,7 @@
 
 #include "recovery/ChangedBytes.h"
 #include "recovery/EmbeddedFinder.h"
+#include "recovery/FileKind.h"
 #include "recovery/HeaderCheck.h"
 #include "recovery/HeaderRebuilder.h"
 #include "recovery/LayerBuilder.h"
@@ -28,6 +29,7 @@ RecoveredDocument Examination::run(const std::string& path)
     indexSignatures();
     if (m_index.isOneValue()) {
         m_document.nothingLeft = true;
+        m_document.facts.origin = HeaderOrigin::Unknown;
         return std::move(m_document);
     }
     findRecords();
@@ -57,6 +59,7 @@ RecoveredDocument Examination::run(const std::string& path)
     balanceGroups(m_document.layers);
     completeChannels(m_document.layers, m_document.facts, colorsOf(m_document.facts.mode));
     decideFlattening();
+    noteKind();
     noteMissing(m_document);
     m_document.regions = mapRegions(m_document, m_source);
     return std::move(m_document);
@@ -268,9 +271,20 @@ void Examination::doubtPlanes()
 {
     const auto faults = checkRecords(m_source, m_found.records);
     doubtLayers(m_document, faults);
+    noteLostNames(m_document, faults);
     doubtPlaces(m_document, faults);
     if (hasChangedBytes(m_source, m_document, faults)) {
         doubtAll(m_document);
+    }
+}
+
+void Examination::noteKind()
+{
+    const std::string kind = otherKindOf(m_source);
+    const bool isNothing = m_document.layers.empty() && m_document.composite.state == State::Lost;
+    if (isNothing && !kind.empty()) {
+        m_document.missing.push_back("The file begins like " + kind +
+                                     ", not like a Photoshop document.");
     }
 }
 

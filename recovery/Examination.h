@@ -62,6 +62,7 @@ private:
     void correctHeader();
     void carvePlanes();
     void doubtPlanes();
+    void noteKind();
     void countLayers();
     void decideFlattening();
     [[nodiscard]] bool isEmptySection(std::int64_t start, std::int64_t end);

@@ -17,6 +17,8 @@ constexpr std::size_t kMostLayers = 2000;
 constexpr std::size_t kMostStreams = 400;
 constexpr std::uint8_t kHidden = 2;
 constexpr std::uint8_t kMaskDisabled = 2;
+/// How dense and how soft the mask is.
+constexpr std::uint8_t kMaskHasParameters = 16;
 constexpr std::int16_t kAlpha = -1;
 constexpr std::int16_t kMask = -2;
 
@@ -121,13 +123,15 @@ struct OpenLayer
     ChannelRows color;
 };
 
-/// Effects and adjustments, which are drawn when the layers are put together.
+/// Effects, adjustments, artboards and vector masks, which are drawn when the layers are put
+/// together.
 bool isDrawn(const TaggedBlock& block)
 {
     constexpr std::array kKeys = {key("lfx2"), key("lmfx"), key("lrFX"), key("levl"), key("curv"),
                                   key("brit"), key("hue2"), key("hue "), key("blnc"), key("blwh"),
                                   key("phfl"), key("mixr"), key("clrL"), key("nvrt"), key("post"),
-                                  key("thrs"), key("grdm"), key("selc"), key("expA"), key("vibA")};
+                                  key("thrs"), key("grdm"), key("selc"), key("expA"), key("vibA"),
+                                  key("artb"), key("artd"), key("abdd"), key("vmsk"), key("vsms")};
     return std::find(kKeys.begin(), kKeys.end(), block.key) != kKeys.end();
 }
 
@@ -279,7 +283,8 @@ bool isAllInPixels(const RecoveredDocument& document)
     return std::none_of(document.layers.begin(), document.layers.end(), [&](const Layer& layer) {
         const bool isMore = std::any_of(layer.blocks.begin(), layer.blocks.end(),
                                         [](const TaggedBlock& block) { return isDrawn(block); });
-        return strengthOf(document, layer) > 0 && (isMore || !isBlendKnown(layer.blend));
+        const bool isSoft = layer.mask && (layer.mask->flags & kMaskHasParameters) != 0;
+        return strengthOf(document, layer) > 0 && (isMore || isSoft || !isBlendKnown(layer.blend));
     });
 }
 

@@ -111,8 +111,8 @@ std::string flattened(const RecoveredDocument& document)
         return "";
     }
     return isAllInPixels(document) ? "; it was made anew from the layers"
-                                   : "; it was made anew from the layers, without their effects, "
-                                     "their adjustments and some of their blend modes";
+                                   : "; it was made anew from the layers, without effects, "
+                                     "adjustments, vector masks and some blend modes";
 }
 
 } // namespace

@@ -196,8 +196,7 @@ TEST(Composite, WhatALostOneMadeAnewLacksIsTold)
     EXPECT_EQ(told(multiplied), plain + ".");
     for (const PsdBuilder& builder : {luminous, shadowed}) {
         EXPECT_EQ(told(builder),
-                  plain +
-                      ", without their effects, their adjustments and some of their blend modes.");
+                  plain + ", without effects, adjustments, vector masks and some blend modes.");
     }
 }
 
