@@ -1,5 +1,7 @@
 #include "frontend/SingleInstance.h"
 
+#include "platform/SystemLog.h"
+
 #include <QCryptographicHash>
 #include <QDeadlineTimer>
 #include <QFileInfo>
@@ -45,9 +47,7 @@ SingleInstance::Claim SingleInstance::claimOrNotify(const QString& document)
     const QDeadlineTimer deadline(kWaitMilliseconds);
     while (!deadline.hasExpired()) {
         if (m_lock.tryLock() || m_lock.error() != QLockFile::LockFailedError) {
-            // A socket that a crash has left behind.
-            QLocalServer::removeServer(m_serverName);
-            m_server->listen(m_serverName);
+            listen();
             return Claim::First;
         }
         if (handOver(document)) {
@@ -56,6 +56,18 @@ SingleInstance::Claim SingleInstance::claimOrNotify(const QString& document)
         QThread::msleep(kPauseMilliseconds);
     }
     return Claim::Refused;
+}
+
+/// The folder is ours either way: it is the lock that guards it. Who cannot be heard works on
+/// alone.
+void SingleInstance::listen()
+{
+    // A socket that a crash has left behind.
+    QLocalServer::removeServer(m_serverName);
+    if (!m_server->listen(m_serverName)) {
+        SystemLog::write("A second start cannot hand its document over: " +
+                         m_server->errorString().toStdString());
+    }
 }
 
 bool SingleInstance::handOver(const QString& document) const

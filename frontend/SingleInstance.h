@@ -20,19 +20,21 @@ public:
     {
         First,      ///< the folder is ours
         HandedOver, ///< the first one was told to come forward
-        Refused     ///< another one has the folder and does not answer: it is another user's
+        Refused     ///< another one has the folder and cannot be reached, as another user's
     };
 
     /// @param folder  the temporary folder; need not exist, but its parent must
     SingleInstance(const QString& folder, QObject* parent);
 
     /// If this is not the first, the first one is told to come forward, with the document that was
-    /// to be opened, which may be empty.
+    /// to be opened, which may be empty. If this is the first and others cannot reach it, that is
+    /// logged, and the folder is its own all the same.
     Claim claimOrNotify(const QString& document);
     /// Called, from the event loop, when another one was started.
     void setOtherStarted(std::function<void(const QString& document)> otherStarted);
 
 private:
+    void listen();
     [[nodiscard]] bool handOver(const QString& document) const;
     void readFromOther();
 

@@ -36,8 +36,9 @@ int refuse(talvek::Desktop& desktop)
 {
     const QString title = QApplication::translate("main", "Talvek PSD Repair is in use");
     const QString message = QApplication::translate(
-        "main", "Another user of this computer is working with this copy of the application. Try "
-                "again when they have quit, or copy it into a folder of your own.");
+        "main", "It is open already, here or with another user of this computer, and does not "
+                "answer. Go on there, try again when it has been quit, or copy the application "
+                "into a folder of your own.");
     std::fprintf(stderr, "%s. %s\n", qPrintable(title), qPrintable(message));
     desktop.runAlertPanel(nullptr, {title, message, QStringLiteral("OK")});
     return EXIT_FAILURE;

@@ -1,6 +1,7 @@
 #include "frontend/QtDesktop.h"
 #include "frontend/SavePanelDialog.h"
 #include "frontend/SingleInstance.h"
+#include "platform/SystemLog.h"
 #include "tests/frontend/Journey.h"
 
 #include <QEventLoop>
@@ -223,6 +224,25 @@ TEST(OneInstance, TwoTemporaryFoldersAreTwoApplications)
     SingleInstance second(folder.filePath("b"), nullptr);
     EXPECT_EQ(first.claimOrNotify(""), SingleInstance::Claim::First);
     EXPECT_EQ(second.claimOrNotify(""), SingleInstance::Claim::First);
+}
+
+TEST(OneInstance, WithNowhereToListenTheFirstWorksAloneAndSaysSoInTheLog)
+{
+    const QTemporaryDir folder;
+    QStringList logged;
+    const int sink = SystemLog::addSink(
+        [&](const std::string& line) { logged << QString::fromStdString(line); });
+    const QByteArray before = qgetenv("TMPDIR");
+    const QString tooLongForASocket = folder.filePath(QString(150, 'd'));
+    ASSERT_TRUE(QDir().mkpath(tooLongForASocket));
+    qputenv("TMPDIR", tooLongForASocket.toLocal8Bit());
+    SingleInstance first(folder.filePath(".recovered files"), nullptr);
+    SingleInstance second(folder.filePath(".recovered files"), nullptr);
+    EXPECT_EQ(first.claimOrNotify(""), SingleInstance::Claim::First);
+    EXPECT_EQ(logged.filter("A second start cannot hand its document over").size(), 1);
+    EXPECT_EQ(second.claimOrNotify("/a.psd"), SingleInstance::Claim::Refused);
+    before.isNull() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", before);
+    SystemLog::removeSink(sink);
 }
 
 TEST(OneInstance, OneThatHoldsTheFolderAndDoesNotAnswerRefusesTheNext)
