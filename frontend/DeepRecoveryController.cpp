@@ -29,7 +29,7 @@ namespace {
 constexpr int kMillisecondsASecond = 1000;
 constexpr int kFieldMargin = 2;
 
-/// The state that the recovery calls `word`, as the results screen calls it.
+/// The state that the recovery calls `word`, as the results screen calls it; empty: none yet.
 QString pictureWord(const std::string& word)
 {
     using recovery::State;
@@ -38,12 +38,21 @@ QString pictureWord(const std::string& word)
             return StateMark::word(state);
         }
     }
-    return QStringLiteral("–");
+    return {};
 }
 
+/// Empty for 0: nothing of it has been found yet.
 QString number(std::uint64_t value)
 {
-    return QLocale().toString(static_cast<qulonglong>(value));
+    return value == 0 ? QString() : QLocale().toString(static_cast<qulonglong>(value));
+}
+
+/// A value that stands beside its caption, and is spoken with it.
+void showFound(const QLabel* caption, QLabel* label, const QString& value)
+{
+    label->setText(value.isEmpty() ? QStringLiteral("–") : value);
+    label->setAccessibleName(DeepRecoveryController::tr("%1: %2").arg(
+        caption->text(), value.isEmpty() ? DeepRecoveryController::tr("none yet") : value));
 }
 
 } // namespace
@@ -89,7 +98,7 @@ void DeepRecoveryController::loadStopWindow()
         tr("The recovery is paused. If you stop it now, what it has recovered so far is thrown "
            "away. Your document stays as it is."));
     layout.abortRepairOkButton->setObjectName(QStringLiteral("deepStopButton"));
-    layout.abortRepairOkButton->setText(tr("&Stop Recovery"));
+    layout.abortRepairOkButton->setText(tr("&Stop recovery"));
     layout.abortRepairOkButton->setAccessibleName(tr("Stop recovery"));
     layout.abortRepairCancelButton->setObjectName(QStringLiteral("deepContinueButton"));
     layout.abortRepairCancelButton->setAccessibleName(tr("Continue recovery"));
@@ -159,9 +168,9 @@ bool DeepRecoveryController::mayReplaceResults()
     const AlertPanel question{tr("Replace the last deep recovery?"),
                               tr("Its results have not been saved. They are deleted when another "
                                  "one begins."),
-                              tr("Keep Them"),
+                              tr("Keep them"),
                               tr("Replace"),
-                              tr("Show Folder"),
+                              tr("Show folder"),
                               AlertAnswer::Default};
     const AlertAnswer answer = m_host.desktop.runAlertPanel(m_host.window, question);
     if (answer == AlertAnswer::Other) {
@@ -183,8 +192,8 @@ void DeepRecoveryController::start(const QString& path)
     m_run = std::make_unique<DeepRun>(m_host.system, QFile::encodeName(path).toStdString(),
                                       QFile::encodeName(folder().path()).toStdString(), listener());
     m_host.showScreen(QLatin1String(kRunScreen));
-    m_runView->deepAbortButton->setFocus();
     updateControls();
+    m_runView->deepAbortButton->setFocus();
 }
 
 /// Everything is queued behind what came before. A run is not replaced before its ending is heard,
@@ -235,17 +244,16 @@ void DeepRecoveryController::stopClock()
 
 void DeepRecoveryController::showFindings(const recovery::Findings& findings)
 {
-    const auto show = [](QLabel* label, std::uint64_t count) {
-        label->setText(count == 0 ? QStringLiteral("–") : number(count));
-    };
-    show(m_runView->layersValueLabel, findings.layers);
-    show(m_runView->groupsValueLabel, findings.groups);
-    show(m_runView->masksValueLabel, findings.masks);
-    show(m_runView->embeddedValueLabel, findings.embedded);
-    m_runView->canvasValueLabel->setText(
-        findings.width == 0 ? QStringLiteral("–")
-                            : tr("%1 × %2").arg(number(findings.width), number(findings.height)));
-    m_runView->pictureValueLabel->setText(pictureWord(findings.composite));
+    const Ui::DeepRunView& ui = *m_runView;
+    showFound(ui.canvasCaptionLabel, ui.canvasValueLabel,
+              findings.width == 0
+                  ? QString()
+                  : tr("%1 × %2").arg(number(findings.width), number(findings.height)));
+    showFound(ui.layersCaptionLabel, ui.layersValueLabel, number(findings.layers));
+    showFound(ui.groupsCaptionLabel, ui.groupsValueLabel, number(findings.groups));
+    showFound(ui.masksCaptionLabel, ui.masksValueLabel, number(findings.masks));
+    showFound(ui.pictureCaptionLabel, ui.pictureValueLabel, pictureWord(findings.composite));
+    showFound(ui.embeddedCaptionLabel, ui.embeddedValueLabel, number(findings.embedded));
     QStringList names;
     for (const std::string& name : findings.names) {
         names << (name.empty() ? tr("(no name)") : shownName(QString::fromStdString(name)));

@@ -8,6 +8,7 @@
 
 #include <QElapsedTimer>
 #include <QObject>
+#include <QPointer>
 #include <QStringListModel>
 #include <QTimer>
 
@@ -133,6 +134,7 @@ private:
 
     QString m_returnScreen;
     std::shared_ptr<const DeepResults> m_results;
+    QPointer<QWidget> m_focusBeforeSaving; ///< gets it back
     bool m_isStopping = false;
     bool m_isSavedWhole = false; ///< everything: nothing would be lost with the folder
     double m_percent = 0;

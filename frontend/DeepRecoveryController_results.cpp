@@ -3,6 +3,7 @@
 #include "frontend/PreviewView.h"
 #include "frontend/ProgressBar.h"
 #include "frontend/ShownText.h"
+#include "frontend/StateDelegate.h"
 #include "frontend/StateMark.h"
 #include "frontend/Thumbnails.h"
 #include "ui_DeepResultsView.h"
@@ -16,7 +17,7 @@
 
 #include <utility>
 
-// What a deep recovery gave: the tree, the preview, saving, and the way back.
+// What a deep recovery gave: the verdict, the tree and the preview.
 
 namespace talvek {
 
@@ -30,8 +31,6 @@ constexpr int kPreviewWidth = 460;
 constexpr int kMostNameWidth = 420;
 /// A tree of thousands of open groups would be slow and no help.
 constexpr std::size_t kMostOpenGroups = 500;
-constexpr int kButtonsPage = 0;
-constexpr int kSavingPage = 1;
 
 QString modeName(recovery::ColorMode mode)
 {
@@ -57,17 +56,13 @@ QString modeName(recovery::ColorMode mode)
     return {};
 }
 
-QString sizeText(qint64 bytes)
-{
-    return QLocale().formattedDataSize(bytes, 1, QLocale::DataSizeIecFormat);
-}
-
 } // namespace
 
 void DeepRecoveryController::setUpTree()
 {
     QTreeView* tree = m_resultsView->layerTree;
     tree->setModel(m_model);
+    tree->setItemDelegate(new StateDelegate(tree));
     tree->setIconSize(QSize(kThumbnailWidth, kThumbnailHeight));
     QHeaderView* header = tree->header();
     header->setStretchLastSection(false);
@@ -75,6 +70,8 @@ void DeepRecoveryController::setUpTree()
     header->setSectionResizeMode(DeepResultsModel::kNameColumn, QHeaderView::Stretch);
     header->setSectionResizeMode(DeepResultsModel::kStateColumn, QHeaderView::Fixed);
     header->resizeSection(DeepResultsModel::kStateColumn, kStateColumnWidth);
+    // The picture lies on the card itself, whose corners are round.
+    m_resultsView->layerPreview->setBackgroundRole(QPalette::Button);
     m_resultsView->deepSplitter->setSizes({kTreeWidth, kPreviewWidth});
     m_resultsView->deepSplitter->setStretchFactor(0, 0);
     m_resultsView->deepSplitter->setStretchFactor(1, 1);
@@ -100,8 +97,9 @@ void DeepRecoveryController::connectControls()
             [this] { showSelected(); });
     connect(ui.layerPreview, &PreviewView::pictureChanged, this, [this] { updateControls(); });
     connect(m_saver, &DeepSaver::changed, this, [this] {
-        showSaving();
+        // Before anything of it gets the focus, for which it has to be enabled.
         updateControls();
+        showSaving();
         m_host.stateChanged();
     });
     connect(m_saver, &DeepSaver::saved, this, [this](DeepSaver::What what) { resultsSaved(what); });
@@ -118,6 +116,8 @@ void DeepRecoveryController::showResults(std::shared_ptr<const DeepResults> resu
     m_results = std::move(results);
     m_isSavedWhole = false;
     m_resultsView->verdictLabel->setText(m_results->verdict);
+    // Screen readers speak of what has the focus.
+    m_resultsView->layerTree->setAccessibleDescription(m_results->verdict);
     m_resultsView->deepSummaryLabel->setText(summary());
     m_thumbnails->setLook(QSize(kThumbnailWidth, kThumbnailHeight),
                           m_host.window->devicePixelRatioF(), isDark());
@@ -135,11 +135,33 @@ void DeepRecoveryController::showResults(std::shared_ptr<const DeepResults> resu
         folder().markUnsaved();
     }
     if (m_results->hasNothing) {
-        m_resultsView->deepBackButton->setFocus();
+        showNothing();
         return;
     }
     tree->setCurrentIndex(m_model->index(0, DeepResultsModel::kNameColumn));
     tree->setFocus();
+}
+
+/// Neither layers nor a picture; but the files that were placed in the document may be there.
+void DeepRecoveryController::showNothing()
+{
+    Ui::DeepResultsView& ui = *m_resultsView;
+    const int files = m_results->embeddedCount;
+    const QString advice =
+        tr("Your file is as it was. Look for another copy of it: an older save, a backup, the "
+           "version history of a cloud folder, a mail attachment. If it came from a memory card "
+           "or a download, get it from there once more.");
+    ui.nothingTitleLabel->setText(
+        files == 0   ? tr("What you can try")
+        : files == 1 ? tr("One embedded file is back")
+                     : tr("%1 embedded files are back").arg(QLocale().toString(files)));
+    ui.nothingHintLabel->setText(
+        files == 0 ? advice
+                   : tr("“Save everything…” puts what was placed in the document into a folder.") +
+                         QStringLiteral("\n\n") + advice);
+    QPushButton* button = files == 0 ? ui.deepBackButton : ui.saveEverythingButton;
+    button->setAccessibleDescription(m_results->verdict);
+    button->setFocus();
 }
 
 QString DeepRecoveryController::summary() const
@@ -170,7 +192,8 @@ void DeepRecoveryController::showSelected()
                                                 : QString());
     ui.layerFactsLabel->setText(item != nullptr ? DeepResultsModel::factsOf(*item) : QString());
     if (item == nullptr || item->picture.isEmpty()) {
-        ui.layerPreview->clear();
+        ui.layerPreview->clear(item != nullptr ? DeepResultsModel::wordsWithoutPicture(*item)
+                                               : QString());
     } else {
         ui.layerPreview->showFile(item->picture, DeepResultsModel::titleOf(*item));
         ui.layerPreview->setLostRows(item->lostRows, DeepResultsModel::stateSentence(*item));
@@ -200,23 +223,6 @@ bool DeepRecoveryController::eventFilter(QObject* watched, QEvent* event)
     return QObject::eventFilter(watched, event);
 }
 
-void DeepRecoveryController::showSaving()
-{
-    Ui::DeepResultsView& ui = *m_resultsView;
-    const bool isSaving = m_saver->isSaving();
-    const bool hasChanged = ui.deepFoot->currentIndex() != (isSaving ? kSavingPage : kButtonsPage);
-    ui.deepFoot->setCurrentIndex(isSaving ? kSavingPage : kButtonsPage);
-    ui.deepSavingBar->setMaxValue(static_cast<double>(m_saver->totalBytes()));
-    ui.deepSavingBar->setDoubleValue(static_cast<double>(m_saver->copiedBytes()));
-    ui.deepSavingLabel->setText(m_saver->isCancelling() ? tr("Stopping…") : tr("Saving…"));
-    ui.deepSavedLabel->setText(
-        tr("%1 of %2").arg(sizeText(m_saver->copiedBytes()), sizeText(m_saver->totalBytes())));
-    if (hasChanged) {
-        // The button that had the focus is not to be seen any more.
-        (isSaving ? ui.deepCancelSaveButton : ui.saveLayeredButton)->setFocus();
-    }
-}
-
 void DeepRecoveryController::updateControls()
 {
     Ui::DeepResultsView& ui = *m_resultsView;
@@ -231,73 +237,6 @@ void DeepRecoveryController::updateControls()
     const bool hasPicture = ui.layerPreview->hasPicture();
     ui.deepFitButton->setEnabled(hasPicture);
     ui.deepActualSizeButton->setEnabled(hasPicture);
-}
-
-void DeepRecoveryController::save(DeepSaver::What what)
-{
-    m_saver->save(what, m_results, {m_host.repairedFilesPath(), folder().path()});
-}
-
-void DeepRecoveryController::resultsSaved(DeepSaver::What what)
-{
-    // The pictures alone are no layered document, and that alone holds no embedded files.
-    const bool isEnough =
-        what == DeepSaver::What::Everything ||
-        (what == DeepSaver::What::LayeredDocument && m_results->embeddedCount == 0);
-    if (isEnough) {
-        folder().markSaved();
-    }
-    m_isSavedWhole = m_isSavedWhole || what == DeepSaver::What::Everything;
-}
-
-void DeepRecoveryController::openReport()
-{
-    if (m_results) {
-        m_host.desktop.openURL(
-            QUrl::fromLocalFile(m_results->folder + QLatin1Char('/') + m_results->report));
-    }
-}
-
-bool DeepRecoveryController::mayLeave()
-{
-    if (isBusy()) {
-        return false;
-    }
-    if (!m_results || !folder().hasUnsavedResults()) {
-        return true;
-    }
-    const AlertPanel question{tr("Leave without saving?"),
-                              tr("The recovered files have not been saved. They stay in the folder "
-                                 "“%1” until the next deep recovery begins.")
-                                  .arg(QFileInfo(folder().path()).fileName()),
-                              tr("Stay"),
-                              tr("Leave"),
-                              QString(),
-                              AlertAnswer::Default};
-    return m_host.desktop.runAlertPanel(m_host.window, question) == AlertAnswer::Alternate;
-}
-
-void DeepRecoveryController::leave()
-{
-    if (m_results && m_isSavedWhole) {
-        // All of it is where the user wanted it; nobody needs it twice.
-        folder().remove();
-    }
-    m_results.reset();
-    m_isSavedWhole = false;
-    m_returnScreen.clear();
-    m_model->setResults(nullptr, isDark());
-    m_resultsView->layerPreview->clear();
-    updateControls();
-}
-
-void DeepRecoveryController::back()
-{
-    if (mayLeave()) {
-        const QString screen = m_returnScreen;
-        leave();
-        m_host.showScreen(screen);
-    }
 }
 
 } // namespace talvek

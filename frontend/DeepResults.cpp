@@ -164,6 +164,7 @@ void Collector::addLayer(const Layer& layer, std::int32_t index)
     item.parent = itemOf(layer.parent);
     item.name = QString::fromStdString(layer.name).simplified();
     item.state = layer.state;
+    item.isWithoutRecord = !layer.hasRecord;
     item.note = QString::fromStdString(layer.note);
     item.blend = QString::fromLatin1(layer.blend.c_str());
     item.isHidden = (layer.flags & kHiddenFlag) != 0;

@@ -36,6 +36,7 @@ struct DeepItem
     std::int64_t lostRowCount = 0;         ///< how many those are
     std::int64_t lostTransparencyRows = 0; ///< the picture is opaque there
     bool isMaskDamaged = false;            ///< a mask of it is not all there
+    bool isWithoutRecord = false;          ///< name and place are made up around its pixels
     bool isInGray = false;                 ///< colours are lost; one of them stands for all
     bool isFlattened = false;              ///< made anew from the layers
     bool isHidden = false;

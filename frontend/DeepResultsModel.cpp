@@ -66,8 +66,12 @@ QString partialSentence(const DeepItem& item)
                                     "opaque.")
             .arg(number(item.lostTransparencyRows), number(item.size.height()));
     }
-    return item.isMaskDamaged ? DeepResultsModel::tr("Partial: its mask is not whole.")
-                              : DeepResultsModel::tr("Partial: something of it is lost.");
+    if (item.isMaskDamaged) {
+        return DeepResultsModel::tr("Partial: its mask is not whole.");
+    }
+    return item.isWithoutRecord
+               ? DeepResultsModel::tr("Partial: its pixels are back; name and place are unknown.")
+               : DeepResultsModel::tr("Partial: something of it is lost.");
 }
 
 QString lostSentence(const DeepItem& item)
@@ -205,6 +209,15 @@ QString DeepResultsModel::stateSentence(const DeepItem& item)
     return lostSentence(item);
 }
 
+QString DeepResultsModel::wordsWithoutPicture(const DeepItem& item)
+{
+    if (item.kind == Kind::Group) {
+        return tr("A group has no picture of its own.\nSelect one of its layers.");
+    }
+    return item.size.isEmpty() ? tr("This layer has no pixels of its own.")
+                               : tr("Nothing of its picture is left.");
+}
+
 QString DeepResultsModel::factsOf(const DeepItem& item)
 {
     QStringList facts;
@@ -214,7 +227,9 @@ QString DeepResultsModel::factsOf(const DeepItem& item)
         facts << tr("No pixels of its own");
     } else {
         facts << tr("%1 × %2 pixels").arg(number(item.size.width()), number(item.size.height()));
-        if (item.kind != Kind::WholePicture) {
+        if (item.isWithoutRecord) {
+            facts << tr("place unknown");
+        } else if (item.kind != Kind::WholePicture) {
             facts << tr("at %1, %2").arg(number(item.place.x()), number(item.place.y()));
         }
     }

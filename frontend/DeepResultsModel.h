@@ -39,6 +39,8 @@ public:
     static QString titleOf(const DeepItem& item);
     /// Its state in a sentence: "Partial: 12 of 30 rows are lost."
     static QString stateSentence(const DeepItem& item);
+    /// What stands in place of its picture when there is none.
+    static QString wordsWithoutPicture(const DeepItem& item);
     /// Size, place, blending and such, in a line.
     static QString factsOf(const DeepItem& item);
 

@@ -174,7 +174,7 @@ bool DeepSaver::mayReplace(const QString& path, bool isFile)
         isFile ? tr("It is replaced by the layered document.")
                : tr("The recovered files are put into it. Files of the same names in it are "
                     "replaced."),
-        isFile ? tr("Replace") : tr("Save There"), tr("Cancel")};
+        isFile ? tr("Replace") : tr("Save there"), tr("Cancel")};
     return m_desktop.runAlertPanel(m_window, question) != AlertAnswer::Alternate;
 }
 

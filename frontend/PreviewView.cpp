@@ -30,6 +30,7 @@ constexpr double kHardEdgesFrom = 2.0;
 PreviewView::PreviewView(QWidget* parent) : QWidget(parent)
 {
     setFocusPolicy(Qt::StrongFocus);
+    setBackgroundRole(QPalette::Base);
     grabGesture(Qt::PinchGesture);
     m_pool.setMaxThreadCount(1);
     m_refresh.setSingleShot(true);
@@ -86,7 +87,7 @@ void PreviewView::setLostRows(std::vector<RowSpan> lost, const QString& words)
     update();
 }
 
-void PreviewView::clear()
+void PreviewView::clear(const QString& words)
 {
     const bool hadPicture = hasPicture();
     cancelJob();
@@ -97,6 +98,7 @@ void PreviewView::clear()
     m_name.clear();
     m_lostRows.clear();
     m_lostWords.clear();
+    m_wordsInPlace = words;
     m_dragging = false;
     m_viewport.setPicture({});
     describe();
@@ -273,7 +275,7 @@ void PreviewView::describe()
 {
     if (!hasPicture()) {
         setAccessibleName(m_name.isEmpty() ? tr("Preview") : tr("Preview of %1").arg(m_name));
-        setAccessibleDescription(tr("No picture"));
+        setAccessibleDescription(m_wordsInPlace.isEmpty() ? tr("No picture") : m_wordsInPlace);
         return;
     }
     const QSize pixels = pictureSize();
@@ -296,26 +298,30 @@ void PreviewView::updateCursor()
 
 bool PreviewView::isDark() const
 {
-    return palette().color(QPalette::Base).lightness() < 128;
+    return palette().color(backgroundRole()).lightness() < 128;
 }
 
 void PreviewView::paintEvent(QPaintEvent*)
 {
     followDevicePixels();
     QPainter painter(this);
-    painter.fillRect(rect(), palette().color(QPalette::Base));
+    painter.fillRect(rect(), palette().color(backgroundRole()));
     if (hasPicture()) {
         painter.save();
         painter.scale(1.0 / devicePixelRatioF(), 1.0 / devicePixelRatioF());
         paintPicture(painter);
         painter.restore();
+    } else {
+        paintWords(painter);
     }
     if (m_busyTurn.isActive()) {
         paintBusySign(painter);
     }
     if (hasFocus()) {
+        constexpr double kCorner = 6;
+        painter.setRenderHint(QPainter::Antialiasing);
         painter.setPen(QPen(palette().color(QPalette::Highlight), 2));
-        painter.drawRect(rect().adjusted(1, 1, -1, -1));
+        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 1, -1, -1), kCorner, kCorner);
     }
 }
 
@@ -400,12 +406,20 @@ void PreviewView::paintCheckerboard(QPainter& painter, const QRect& area) const
     painter.fillRect(area, QBrush(tile));
 }
 
+void PreviewView::paintWords(QPainter& painter) const
+{
+    constexpr int kMargin = 24;
+    painter.setPen(palette().color(QPalette::PlaceholderText));
+    painter.drawText(rect().adjusted(kMargin, kMargin, -kMargin, -kMargin),
+                     Qt::AlignCenter | Qt::TextWordWrap, m_wordsInPlace);
+}
+
 void PreviewView::paintBusySign(QPainter& painter) const
 {
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     painter.translate(QRectF(rect()).center());
-    QColor behind = palette().color(QPalette::Base);
+    QColor behind = palette().color(backgroundRole());
     behind.setAlphaF(0.8F);
     painter.setPen(Qt::NoPen);
     painter.setBrush(behind);

@@ -24,7 +24,8 @@ namespace talvek {
 /// is seen; while it lasts, a busy sign turns. A file that cannot be shown leaves the view empty.
 /// Keys: 0 fits the picture, 1 shows it in actual size (one picture pixel for one pixel of the
 /// screen), + and - zoom, arrows scroll. The wheel scrolls; with Ctrl, or by pinching, it zooms
-/// around the pointer; dragging moves the picture. Main thread only.
+/// around the pointer; dragging moves the picture. Its ground has the colour of its background
+/// role. Main thread only.
 class PreviewView : public QWidget
 {
     Q_OBJECT
@@ -57,7 +58,8 @@ public slots:
     /// @param words  what a screen reader says of them
     void setLostRows(std::vector<RowSpan> lost, const QString& words);
     /// Empties the view.
-    void clear();
+    /// @param words  what it says in place of a picture; empty: nothing
+    void clear(const QString& words = {});
     /// Shows the whole picture; one that is smaller than the view is not enlarged.
     void zoomToFit();
     void showActualSize();
@@ -124,6 +126,7 @@ private:
     void paintPiece(QPainter& painter, const Piece& piece) const;
     void paintLostRows(QPainter& painter, const QRect& area) const;
     void paintCheckerboard(QPainter& painter, const QRect& area) const;
+    void paintWords(QPainter& painter) const;
     void paintBusySign(QPainter& painter) const;
     [[nodiscard]] bool isDark() const;
 
@@ -137,6 +140,7 @@ private:
     QString m_name;
     std::vector<RowSpan> m_lostRows;
     QString m_lostWords;
+    QString m_wordsInPlace; ///< shown while there is no picture, and none is coming
     std::shared_ptr<PictureSource> m_source; ///< used by one job at a time, and by nobody else
     Viewport m_viewport;
     Piece m_whole;  ///< the whole picture, as sharp as it was last needed

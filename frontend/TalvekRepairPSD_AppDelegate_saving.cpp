@@ -99,7 +99,7 @@ bool TalvekRepairPSD_AppDelegate::mayUseFolder(const QString& folder)
     const AlertPanel question{
         tr("\"%1\" already exists").arg(shownName(QFileInfo(folder).fileName())),
         tr("The salvaged files are put into it. Files of the same names in it are replaced."),
-        tr("Save There"), tr("Cancel")};
+        tr("Save there"), tr("Cancel")};
     return m_desktop.runAlertPanel(m_window.get(), question) != AlertAnswer::Alternate;
 }
 

@@ -39,7 +39,7 @@ void TalvekRepairPSD_AppDelegate::askForHome(QObject* sender)
                               tr("The salvaged files have not been saved. They are deleted when "
                                  "you go home."),
                               tr("Stay"),
-                              tr("Delete Files"),
+                              tr("Delete files"),
                               QString(),
                               AlertAnswer::Default};
     if (!hasUnsaved ||

@@ -282,8 +282,10 @@ void TalvekRepairPSD_AppDelegate::showChoice()
     Ui::MainWindow& ui = m_window->ui();
     if (m_corruptFilePath.isNull()) {
         ui.dropTitleLabel->setText(tr("Drop a damaged Photoshop document here"));
-        ui.dropHintLabel->setText(tr("PSD and PDD. Your document is only read, never changed."));
-        ui.chooseButton->setText(tr("&Choose Document…"));
+        ui.dropHintLabel->setText(
+            tr("PSD and PDD; the deep recovery takes any file. Your document is only "
+               "read, never changed."));
+        ui.chooseButton->setText(tr("&Choose document…"));
         return;
     }
     const QFileInfo chosen(m_corruptFilePath);
@@ -293,7 +295,7 @@ void TalvekRepairPSD_AppDelegate::showChoice()
     ui.dropHintLabel->setText(
         tr("%1, ready to be repaired. It is only read, never changed.")
             .arg(QLocale().formattedDataSize(chosen.size(), 1, QLocale::DataSizeIecFormat)));
-    ui.chooseButton->setText(tr("&Choose Another…"));
+    ui.chooseButton->setText(tr("&Choose another…"));
 }
 
 void TalvekRepairPSD_AppDelegate::showResultsSummary()
@@ -307,8 +309,8 @@ void TalvekRepairPSD_AppDelegate::showResultsSummary()
     const QString size = QLocale().formattedDataSize(static_cast<qint64>(m_totalFilesSize), 1,
                                                      QLocale::DataSizeIecFormat);
     ui.resultsHintLabel->setText(
-        files == 0 ? tr("The document holds nothing that could be recognised. Help says what to "
-                        "try next.")
+        files == 0 ? tr("The document holds nothing that the repair recognises. Deep recovery may "
+                        "find more.")
                    : tr("%1 altogether. Look at each of them, then save them all.").arg(size));
 }
 

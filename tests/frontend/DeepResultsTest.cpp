@@ -1,60 +1,12 @@
-#include "frontend/DeepResultsModel.h"
 #include "frontend/MainWindow.h"
-#include "frontend/PreviewView.h"
-#include "tests/frontend/DeepJourney.h"
+#include "tests/frontend/DeepTreeJourney.h"
 
-#include <QApplication>
 #include <QHeaderView>
 #include <QLabel>
-#include <QTreeView>
+#include <QPushButton>
 #include <QtTest>
 
 namespace talvek::test {
-
-class DeepTree : public DeepJourney
-{
-protected:
-    [[nodiscard]] QTreeView* tree() const { return find<QTreeView>("layerTree"); }
-    [[nodiscard]] PreviewView* preview() const { return find<PreviewView>("layerPreview"); }
-
-    /// Every line as "NAME: STATE", those that lie in another indented by a point each.
-    [[nodiscard]] QStringList lines(const QModelIndex& parent = {},
-                                    const QString& indent = {}) const
-    {
-        QStringList found;
-        const QAbstractItemModel& model = *tree()->model();
-        for (int row = 0; row < model.rowCount(parent); ++row) {
-            const QModelIndex name = model.index(row, 0, parent);
-            found << indent + name.data().toString() + ": " +
-                         name.siblingAtColumn(1).data().toString();
-            found << lines(name, indent + ".");
-        }
-        return found;
-    }
-    [[nodiscard]] QModelIndex line(const QString& name) const
-    {
-        const auto found = tree()->model()->match(tree()->model()->index(0, 0), Qt::DisplayRole,
-                                                  name, 1, Qt::MatchExactly | Qt::MatchRecursive);
-        return found.value(0);
-    }
-    bool select(const QString& name)
-    {
-        tree()->setCurrentIndex(line(name));
-        return waitFor([this] { return preview()->hasPicture() && !preview()->isBusy(); });
-    }
-    /// The lowest layer has lost the last rows of its first colour.
-    static Document withLostRows()
-    {
-        Document document = threeLayers().build();
-        const auto& channel = document.records[0].channels[1];
-        document.zeroFill(channel.data + channel.length - 60, 60);
-        return document;
-    }
-    [[nodiscard]] const DeepItem& item(const QString& name) const
-    {
-        return *static_cast<const DeepResultsModel*>(tree()->model())->itemAt(line(name));
-    }
-};
 
 TEST_F(DeepTree, TheHighestLayerComesFirstBelowTheWholePicture)
 {
@@ -111,32 +63,17 @@ TEST_F(DeepTree, LostRowsAreCountedInWords)
     EXPECT_TRUE(preview()->accessibleDescription().contains("rows are lost"));
 }
 
-TEST_F(DeepTree, LostRowsAreHatchedAndOthersAreNot)
+TEST_F(DeepTree, PixelsWithoutARecordAreSaidToHaveNeitherNameNorPlace)
 {
-    ASSERT_TRUE(launchAndRecover(withLostRows()));
-    ASSERT_TRUE(select("sky"));
-    const RowSpan lost = item("sky").lostRows.back();
-    const QImage shown = preview()->grab().toImage();
-    const auto colorsOfRow = [&](int row) {
-        const QRectF place = preview()->viewport().rectOf(QRect(0, row, 40, 1));
-        QSet<QRgb> colors;
-        for (int x = 0; x < 40; ++x) {
-            colors.insert(
-                shown.pixel(static_cast<int>(place.left()) + x, static_cast<int>(place.top())));
-        }
-        return colors;
-    };
-    const QSet<QRgb> hatching{0xFFFDF3E7, 0xFFA14A00};
-    EXPECT_EQ(colorsOfRow(lost.first + lost.count / 2), hatching);
-    EXPECT_FALSE(colorsOfRow(0).intersects(hatching));
-}
-
-TEST_F(DeepTree, AWholeLayerIsNotHatched)
-{
-    ASSERT_TRUE(launchAndRecover(withLostRows()));
-    ASSERT_TRUE(select("sand"));
-    EXPECT_TRUE(item("sand").lostRows.empty());
-    EXPECT_EQ(find<QLabel>("layerStateLabel")->text(), "Whole: every row is proved.");
+    Document document = threeLayers().build();
+    const auto first = document.records.front().start;
+    document.zeroFill(first, document.records.back().end - first);
+    ASSERT_TRUE(launchAndRecover(document));
+    ASSERT_TRUE(line("Found without a record").isValid());
+    ASSERT_TRUE(select("Recovered 1"));
+    EXPECT_EQ(find<QLabel>("layerStateLabel")->text(),
+              "Partial: its pixels are back; name and place are unknown.");
+    EXPECT_TRUE(find<QLabel>("layerFactsLabel")->text().endsWith("place unknown"));
 }
 
 TEST_F(DeepTree, TheWholePictureIsSelectedFirstAndShown)
@@ -183,6 +120,27 @@ TEST_F(DeepTree, ScreenReadersAreToldNameKindAndState)
                     .startsWith("Partial"));
 }
 
+TEST_F(DeepTree, TheVerdictIsSpokenWithTheTreeThatGetsTheFocus)
+{
+    ASSERT_TRUE(launchAndRecover(threeLayers().build()));
+    ASSERT_TRUE(tree()->hasFocus());
+    EXPECT_TRUE(tree()->accessibleDescription().startsWith("All 3 layers are back"));
+}
+
+TEST_F(DeepTree, TheButtonsSayWhatTheyDoInTheseWords)
+{
+    ASSERT_TRUE(launchAndRecover(threeLayers().build()));
+    const auto text = [this](const char* name) {
+        return find<QPushButton>(name)->text().remove('&');
+    };
+    EXPECT_EQ(text("saveLayeredButton"), QStringLiteral("Save layered document…"));
+    EXPECT_EQ(text("savePicturesButton"), QStringLiteral("Save layers as PNG…"));
+    EXPECT_EQ(text("saveEverythingButton"), QStringLiteral("Save everything…"));
+    EXPECT_EQ(text("openReportButton"), "Open report");
+    EXPECT_EQ(text("deepButton"), "Deep recovery");
+    EXPECT_EQ(text("resultsDeepButton"), "Deep recovery");
+}
+
 TEST_F(DeepTree, EveryControlHasAnAccessibleName)
 {
     ASSERT_TRUE(launchAndRecover(threeLayers().build()));
@@ -192,53 +150,6 @@ TEST_F(DeepTree, EveryControlHasAnAccessibleName)
         EXPECT_TRUE(!isControl || !control->accessibleName().isEmpty())
             << control->objectName().toStdString();
     }
-}
-
-TEST_F(DeepTree, ThumbnailsComeInThePlaceThatIsKeptForThem)
-{
-    ASSERT_TRUE(launchAndRecover(threeLayers().build()));
-    QSignalSpy changes(tree()->model(), &QAbstractItemModel::dataChanged);
-    const auto thumbnail = [this] {
-        return line("sky").data(Qt::DecorationRole).value<QIcon>().pixmap(QSize(48, 36)).toImage();
-    };
-    const QImage before = thumbnail();
-    EXPECT_EQ(before.size(), QSize(48, 36));
-    EXPECT_TRUE(waitFor([&] { return thumbnail() != before; }));
-    EXPECT_EQ(thumbnail().size(), QSize(48, 36));
-}
-
-TEST_F(DeepTree, StatesDifferInShapeAndNotInColourAlone)
-{
-    Document document = withLostRows();
-    ASSERT_TRUE(launchAndRecover(document));
-    const auto shape = [this](const QString& name) {
-        return line(name)
-            .siblingAtColumn(1)
-            .data(Qt::DecorationRole)
-            .value<QIcon>()
-            .pixmap(16)
-            .toImage()
-            .convertToFormat(QImage::Format_Alpha8);
-    };
-    EXPECT_NE(shape("sky"), shape("sand"));
-}
-
-TEST_F(DeepTree, ColoursFollowTheWindowWhenItTurnsDark)
-{
-    ASSERT_TRUE(launchAndRecover(withLostRows()));
-    const auto lightness = [this] {
-        return line("sky").siblingAtColumn(1).data(Qt::ForegroundRole).value<QColor>().lightness();
-    };
-    const auto turn = [this](const char* appearance) {
-        qputenv("TALVEK_APPEARANCE", appearance);
-        QEvent event(QEvent::ThemeChange);
-        QCoreApplication::sendEvent(app->window(), &event);
-    };
-    EXPECT_LT(lightness(), 128);
-    turn("dark");
-    EXPECT_TRUE(waitFor([&] { return lightness() > 128; }));
-    turn("light");
-    EXPECT_TRUE(waitFor([&] { return lightness() < 128; }));
 }
 
 TEST_F(DeepTree, TheReportIsOpenedInTheBrowser)

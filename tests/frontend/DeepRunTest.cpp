@@ -1,5 +1,4 @@
 #include "frontend/MainWindow.h"
-#include "frontend/ProgressBar.h"
 #include "recovery/DeepRecovery.h"
 #include "tests/frontend/DeepJourney.h"
 
@@ -8,12 +7,10 @@
 #include <QLabel>
 #include <QListView>
 #include <QPushButton>
-#include <QTableView>
 #include <QtTest>
 
 #include <atomic>
 #include <chrono>
-#include <sys/stat.h>
 #include <thread>
 
 namespace talvek::test {
@@ -26,98 +23,6 @@ protected:
         return deep().stopWindow()->findChild<QPushButton*>(name);
     }
 };
-
-TEST_F(DeepRuns, TheHomeScreensButtonRecoversTheChosenDocument)
-{
-    ASSERT_TRUE(launchAndRecover(threeLayers().build()));
-    EXPECT_TRUE(filesIn(workingFolder()).contains("poster_layers.psd"));
-    EXPECT_TRUE(filesIn(workingFolder()).contains("report.html"));
-    EXPECT_EQ(filesIn(workingFolder() + "/Layers").size(), 4);
-    EXPECT_TRUE(find<QLabel>("verdictLabel")->text().startsWith("All 3 layers are back"));
-    EXPECT_TRUE(desktop.alerts.empty());
-    EXPECT_EQ(find<ProgressBar>("deepProgressBar")->doubleValue(), 100.0);
-}
-
-TEST_F(DeepRuns, WithNothingChosenItAsksForAnyFile)
-{
-    launch();
-    desktop.chosenDocument = writeDamaged("no ending", threeLayers().build());
-    click("deepButton");
-    ASSERT_EQ(desktop.openPanels.size(), 1U);
-    EXPECT_TRUE(desktop.openPanels[0].allowedFileTypes.isEmpty());
-    EXPECT_TRUE(waitFor([this] { return screen() == "5"; }));
-}
-
-TEST_F(DeepRuns, ACancelledPanelChangesNothing)
-{
-    launch();
-    click("deepButton");
-    EXPECT_EQ(screen(), "0");
-    EXPECT_TRUE(desktop.alerts.empty());
-}
-
-TEST_F(DeepRuns, WithoutADocumentItSaysThatNoneIsSelected)
-{
-    launch();
-    deep().recover(QString(), "0");
-    EXPECT_EQ(desktop.alertTitles(), QStringList("No File Selected"));
-    EXPECT_EQ(screen(), "0");
-}
-
-TEST_F(DeepRuns, WhatIsNoFileThatCanBeReadIsInvalid)
-{
-    launch();
-    ASSERT_EQ(::mkfifo(path("fifo").toLocal8Bit().constData(), 0600), 0);
-    for (const QString& document : {folder(), path("gone.psd"), path("fifo")}) {
-        choose(document);
-        click("deepButton");
-        EXPECT_EQ(screen(), "0") << document.toStdString();
-    }
-    EXPECT_EQ(desktop.alertTitles(), QStringList(3, "Invalid File"));
-    EXPECT_FALSE(QDir(workingFolder()).exists());
-}
-
-TEST_F(DeepRuns, AnyContentIsTaken)
-{
-    launch();
-    ASSERT_TRUE(deepToEnd(write("notes.txt", "no picture at all")));
-    EXPECT_EQ(find<QLabel>("verdictLabel")->text(),
-              "Neither layers nor a picture could be found in this file.");
-}
-
-TEST_F(DeepRuns, AnEmptyFileIsToldCalmlyThatNothingIsLeft)
-{
-    launch();
-    ASSERT_TRUE(deepToEnd(write("empty.psd", "")));
-    EXPECT_EQ(find<QLabel>("verdictLabel")->text(), "It is empty: nothing is left in this file.");
-    EXPECT_TRUE(find<QWidget>("nothingPage")->isVisible());
-    EXPECT_FALSE(find<QPushButton>("saveLayeredButton")->isEnabled());
-    EXPECT_FALSE(find<QPushButton>("savePicturesButton")->isEnabled());
-    EXPECT_TRUE(find<QPushButton>("openReportButton")->isEnabled());
-    click("deepBackButton");
-    EXPECT_EQ(screen(), "0");
-    EXPECT_TRUE(desktop.alerts.empty());
-}
-
-TEST_F(DeepRuns, ZerosAllOverAreToldToBeNothingToo)
-{
-    launch();
-    ASSERT_TRUE(deepToEnd(write("zeros.psd", QByteArray(100'000, '\0'))));
-    EXPECT_TRUE(find<QLabel>("verdictLabel")->text().endsWith("nothing is left in this file."));
-}
-
-TEST_F(DeepRuns, ADocumentWithoutItsHeaderIsRefusedByTheRepairAndRecoveredHere)
-{
-    Document document = threeLayers().build();
-    document.zeroFill(0, 26);
-    launch();
-    choose(writeDamaged("poster.psd", document));
-    click("repairButton");
-    EXPECT_EQ(desktop.alertTitles(), QStringList("Invalid File"));
-    click("deepButton");
-    ASSERT_TRUE(waitFor([this] { return screen() == "5"; }));
-    EXPECT_TRUE(find<QLabel>("deepSummaryLabel")->text().contains("40 × 30 pixels"));
-}
 
 TEST_F(DeepRuns, WhatIsFoundAppearsWhileItRuns)
 {
@@ -138,6 +43,8 @@ TEST_F(DeepRuns, WhatIsFoundAppearsWhileItRuns)
     EXPECT_EQ(screen(), "4");
     EXPECT_EQ(find<QListView>("foundList")->model()->index(0, 0).data().toString(), "sand");
     EXPECT_EQ(find<QLabel>("masksValueLabel")->text(), "1");
+    EXPECT_EQ(layers->accessibleName(), "Layers: 3");
+    EXPECT_EQ(find<QLabel>("groupsValueLabel")->accessibleName(), "Groups: none yet");
     center.removeObserver(token);
     system.holdReads = false;
     EXPECT_TRUE(waitFor([this] { return screen() == "5"; }));
@@ -208,6 +115,21 @@ TEST_F(DeepRuns, AfterAnAbortTheNextOneRuns)
     EXPECT_TRUE(filesIn(workingFolder()).contains("second_layers.psd"));
 }
 
+TEST_F(DeepRuns, EachRunHasTheKeyboardAtItsAbortButton)
+{
+    ASSERT_TRUE(launchAndRecover(threeLayers().build()));
+    app->homeScreen(nullptr);
+    choose(writeDamaged("second.psd", threeLayers().build()));
+    desktop.alertAnswers = {AlertAnswer::Alternate}; // the last results may go
+    system.heldReads = 0;
+    system.holdReads = true;
+    click("deepButton");
+    ASSERT_TRUE(waitFor([this] { return system.heldReads > 0; }));
+    EXPECT_TRUE(find<QPushButton>("deepAbortButton")->hasFocus());
+    system.holdReads = false;
+    EXPECT_TRUE(waitFor([this] { return screen() == "5"; }));
+}
+
 TEST_F(DeepRuns, AControllerThatGoesWhileItRunsGivesItUp)
 {
     startHeldRun();
@@ -232,97 +154,6 @@ TEST_F(DeepRuns, AFullDiskIsToldAndLeadsBack)
     EXPECT_EQ(desktop.alertTitles(), QStringList("The recovered files could not be written"));
     EXPECT_EQ(screen(), "0");
     EXPECT_FALSE(QDir(workingFolder()).exists());
-}
-
-TEST_F(DeepRuns, FromTheRepairsResultsAndBackToThem)
-{
-    launch();
-    ASSERT_TRUE(repairToEnd(writeDamaged("poster.psd", threeLayers().build())));
-    const int rows = app->tableView->model()->rowCount();
-    const QStringList repaired = filesIn(app->repairedFilesPath());
-    click("resultsDeepButton");
-    ASSERT_TRUE(waitFor([this] { return screen() == "5"; }));
-    desktop.alertAnswers = {AlertAnswer::Alternate};
-    click("deepBackButton");
-    EXPECT_EQ(screen(), "2");
-    EXPECT_EQ(app->tableView->model()->rowCount(), rows);
-    EXPECT_EQ(filesIn(app->repairedFilesPath()), repaired);
-}
-
-TEST_F(DeepRuns, NeitherRecoveryTouchesTheOthersFiles)
-{
-    ASSERT_TRUE(launchAndRecover(threeLayers().build()));
-    const QStringList recovered = filesIn(workingFolder());
-    desktop.alertAnswers = {AlertAnswer::Alternate};
-    click("homeButton");
-    ASSERT_EQ(screen(), "0");
-    EXPECT_EQ(filesIn(workingFolder()), recovered);
-    ASSERT_TRUE(repairToEnd(path("poster.psd")));
-    app->homeScreen(nullptr);
-    EXPECT_EQ(filesIn(workingFolder()), recovered);
-}
-
-TEST_F(DeepRuns, LeavingUnsavedResultsIsAskedAbout)
-{
-    ASSERT_TRUE(launchAndRecover(threeLayers().build()));
-    click("deepBackButton");
-    EXPECT_EQ(desktop.alertTitles(), QStringList("Leave without saving?"));
-    EXPECT_EQ(screen(), "5");
-    click("homeButton");
-    EXPECT_EQ(desktop.alerts.size(), 2U);
-    EXPECT_EQ(screen(), "5");
-}
-
-TEST_F(DeepRuns, HomeAsksAboutTheRepairsResultsToo)
-{
-    launch();
-    ASSERT_TRUE(repairToEnd(writeDamaged("poster.psd", threeLayers().build())));
-    click("resultsDeepButton");
-    ASSERT_TRUE(waitFor([this] { return screen() == "5"; }));
-    desktop.alertAnswers = {AlertAnswer::Alternate, AlertAnswer::Default};
-    click("homeButton");
-    EXPECT_EQ(desktop.alerts.size(), 2U);
-    EXPECT_EQ(screen(), "5");
-    EXPECT_TRUE(QDir(app->repairedFilesPath()).exists());
-}
-
-TEST_F(DeepRuns, ReplacingUnsavedResultsIsAskedAboutEvenByAnotherSession)
-{
-    ASSERT_TRUE(launchAndRecover(threeLayers().build()));
-    app.reset();
-    launch();
-    choose(writeDamaged("second.psd", threeLayers().build()));
-    click("deepButton");
-    EXPECT_EQ(desktop.alertTitles(), QStringList("Replace the last deep recovery?"));
-    EXPECT_EQ(screen(), "0");
-    EXPECT_TRUE(filesIn(workingFolder()).contains("poster_layers.psd"));
-    desktop.alertAnswers = {AlertAnswer::Other};
-    click("deepButton");
-    EXPECT_EQ(desktop.opened.at(0), QUrl::fromLocalFile(workingFolder()));
-    desktop.alertAnswers = {AlertAnswer::Alternate};
-    click("deepButton");
-    ASSERT_TRUE(waitFor([this] { return screen() == "5"; }));
-    EXPECT_FALSE(filesIn(workingFolder()).contains("poster_layers.psd"));
-}
-
-TEST_F(DeepRuns, AFolderOfThatNameThatIsSomebodyElsesIsLeftAlone)
-{
-    launch();
-    QDir().mkpath(workingFolder());
-    write("Deep recovery/mine.txt", "mine");
-    ASSERT_TRUE(deepToEnd(writeDamaged("poster.psd", threeLayers().build())));
-    EXPECT_EQ(filesIn(workingFolder()), QStringList("mine.txt"));
-    EXPECT_TRUE(filesIn(path("Deep recovery 2")).contains("poster_layers.psd"));
-}
-
-TEST_F(DeepRuns, ADocumentInItsOwnWorkingFolderIsRefused)
-{
-    ASSERT_TRUE(launchAndRecover(threeLayers().build()));
-    app->homeScreen(nullptr);
-    choose(workingFolder() + "/poster_layers.psd");
-    click("deepButton");
-    EXPECT_EQ(desktop.alertTitles(), QStringList("Invalid File"));
-    EXPECT_TRUE(filesIn(workingFolder()).contains("poster_layers.psd"));
 }
 
 TEST_F(DeepRuns, TheDocumentItselfIsNeverChanged)

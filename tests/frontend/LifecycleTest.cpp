@@ -7,6 +7,7 @@
 #include <QAccessible>
 #include <QDialog>
 #include <QDir>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QTableView>
@@ -162,6 +163,22 @@ TEST_F(Lifecycle, EveryControlOfEveryWindowHasAnAccessibleName)
     const auto* alert = app->window()->findChild<QMessageBox*>();
     ASSERT_NE(alert, nullptr);
     expectNames(*alert);
+}
+
+TEST_F(Lifecycle, WhatALabelShowsIsWhatIsSpoken)
+{
+    launch();
+    int labels = 0;
+    for (QLabel* label : app->window()->findChildren<QLabel*>()) {
+        if (label->pixmap().isNull() && !label->objectName().startsWith("qt_")) {
+            ++labels;
+            label->setText("what is shown");
+            const QAccessibleInterface* spoken = QAccessible::queryAccessibleInterface(label);
+            EXPECT_TRUE(spoken != nullptr && spoken->text(QAccessible::Name) == "what is shown")
+                << label->objectName().toStdString();
+        }
+    }
+    EXPECT_GT(labels, 20);
 }
 
 } // namespace talvek::test
