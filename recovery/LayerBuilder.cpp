@@ -184,6 +184,7 @@ void LayerBuilder::salvagePackBits(const PlaneSlot& slot, Plane& plane)
     for (const std::int64_t offset : {slot.tailOffset, slot.headOffset}) {
         addOnce(damaged.tails, offset < 0 ? -1 : offset + slot.length);
     }
+    damaged.tailsAreSure = slot.tailOffset >= 0;
     SalvagedRows rows = salvageRows(m_source, damaged);
     if (rows.rows == 0) {
         return;

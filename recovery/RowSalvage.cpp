@@ -1,8 +1,12 @@
 #include "recovery/RowSalvage.h"
 
 #include "recovery/PackBitsRow.h"
+#include "recovery/PackedGap.h"
+#include "recovery/RowTrial.h"
+#include "recovery/Zeros.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace talvek::recovery {
 
@@ -10,20 +14,7 @@ namespace {
 
 constexpr std::int64_t kCodeBytes = 2;
 constexpr std::size_t kMostRuns = 1U << 20U;
-constexpr std::int64_t kFewRows = 4;
-constexpr std::int64_t kFewBytes = 64;
-/// No encoder leaves so many zeros in a row: it would have made a run of them.
-constexpr std::int64_t kHoleBytes = 12;
-constexpr std::int64_t kResyncCost = 16;
-
-struct Run
-{
-    std::int64_t firstRow = 0;
-    std::int64_t rows = 0;
-    std::int64_t offset = 0;
-    std::int64_t end = 0;
-    std::int64_t tableOffset = -1;
-};
+constexpr std::uint16_t kPackBits = 1;
 
 class Salvage
 {
@@ -34,25 +25,21 @@ public:
           m_rows(plane.shape.rows),
           m_width(plane.shape.rowBytes),
           m_table(m_rows * plane.entryBytes),
-          m_covered(static_cast<std::size_t>(m_rows), false)
+          m_starts(possibleStarts())
     {}
 
     SalvagedRows run()
     {
-        m_starts = possibleStarts();
-        const auto& starts = m_starts;
-        for (const std::int64_t table : starts) {
-            walkWithTable(table, starts);
+        if (!splitAll()) {
+            tryAnchors();
+            fillGaps();
+            dropDoubtfulRows();
         }
-        std::sort(m_runs.begin(), m_runs.end(),
-                  [](const Run& a, const Run& b) { return a.firstRow < b.firstRow; });
-        splitGaps(starts);
-        dropDoubtfulRows();
         return result();
     }
 
 private:
-    std::vector<std::int64_t> possibleStarts() const
+    [[nodiscard]] std::vector<std::int64_t> possibleStarts() const
     {
         std::vector<std::int64_t> starts;
         const auto add = [&starts](std::int64_t start) {
@@ -69,290 +56,189 @@ private:
         return starts;
     }
 
-    [[nodiscard]] std::int64_t countAt(std::int64_t table, std::int64_t row)
+    [[nodiscard]] std::int64_t frontOf(std::int64_t start) const
     {
-        const std::int64_t bytes = m_plane.entryBytes;
-        const auto count = m_source.number(table + row * bytes, static_cast<std::size_t>(bytes));
-        return count > static_cast<std::uint64_t>(mostPacked(m_width))
-                   ? 0
-                   : static_cast<std::int64_t>(count);
+        return start + kCodeBytes + m_table;
     }
 
-    void walkWithTable(std::int64_t start, const std::vector<std::int64_t>& starts)
+    /// Rows that fill the place of all rows exactly are all there, whatever the table says. Where
+    /// nothing else tells the end, the last may have taken bytes behind it.
+    bool splitAll()
     {
-        const std::int64_t table = start + kCodeBytes;
+        const std::int64_t tail = m_plane.tails.empty() ? 0 : m_plane.tails.front();
+        const std::int64_t front = frontOf(tail - m_plane.length);
+        if (m_plane.length < 0 || front < m_table || tail > m_source.size()) {
+            return false;
+        }
+        const SplitRows split = splitForward(m_source, front, tail, m_rows, m_width);
+        if (split.rows < m_rows || !isPadding(split.end, tail)) {
+            return false;
+        }
+        const std::int64_t rows = m_plane.tailsAreSure ? m_rows : m_rows - 1;
+        m_found = {{0, rows, front, split.end, -1}};
+        return rows > 0;
+    }
+
+    [[nodiscard]] bool isPadding(std::int64_t from, std::int64_t to)
+    {
+        return to == from ||
+               (to - from <= kMostPlanePadding && holdsZeros(m_source, from, to, to - from));
+    }
+
+    /// Bytes by which the plane is longer than its table says; nothing if the two do not agree.
+    [[nodiscard]] std::optional<std::int64_t> paddingBy(std::int64_t start)
+    {
         const std::int64_t packed =
-            packedLength(m_source, table, m_plane.shape, m_plane.entryBytes);
-        const bool adds = packed >= 0 && m_plane.length >= 0 &&
-                          kCodeBytes + packed <= m_plane.length &&
-                          m_plane.length - kCodeBytes - packed <= kMostPlanePadding;
-        // One beginning and a table that adds up: every row's place is known for certain.
-        const bool certain = adds && starts.size() == 1;
-        for (const std::int64_t data : starts) {
-            forward(table, data + kCodeBytes + m_table, certain);
-        }
-        for (const std::int64_t tail : m_plane.tails) {
-            const std::int64_t padding = adds ? m_plane.length - kCodeBytes - packed : 0;
-            backward(table, tail - padding, certain);
-        }
+            packedLength(m_source, start + kCodeBytes, m_plane.shape, m_plane.entryBytes);
+        const std::int64_t padding = m_plane.length - kCodeBytes - packed;
+        const bool agrees = packed >= 0 && m_plane.length >= 0 && padding >= 0 &&
+                            padding <= kMostPlanePadding &&
+                            m_source.u16(start) == kPackBits;
+        return agrees ? std::optional(padding) : std::nullopt;
     }
 
-    void forward(std::int64_t table, std::int64_t data, bool certain)
+    /// A table that adds up stands where the plane begins; else every pair of table and rows is
+    /// tried, and the one that gives most rows is taken.
+    void tryAnchors()
     {
-        Run open;
-        bool first = true;
-        std::int64_t at = data;
-        for (std::int64_t row = 0; row < m_rows; ++row) {
-            const std::int64_t count = countAt(table, row);
-            const bool fits = isSoundRow(at, count);
-            if (fits && open.rows == 0) {
-                open = {row, 0, at, at, table + row * m_plane.entryBytes};
-            }
-            if (fits) {
-                ++open.rows;
-                open.end = at + count;
-            } else {
-                close(open, certain || first);
-                first = false;
-            }
-            if (count == 0) {
-                break;
-            }
-            at += count;
-        }
-        close(open, certain || first);
-    }
-
-    void backward(std::int64_t table, std::int64_t end, bool certain)
-    {
-        Run open;
-        bool first = m_plane.tailsAreSure;
-        std::int64_t at = end;
-        for (std::int64_t row = m_rows - 1; row >= 0; --row) {
-            const std::int64_t count = countAt(table, row);
-            at -= count;
-            const bool fits = isSoundRow(at, count);
-            if (fits && open.rows == 0) {
-                open.end = at + count;
-            }
-            if (fits) {
-                ++open.rows;
-                open.firstRow = row;
-                open.offset = at;
-                open.tableOffset = table + row * m_plane.entryBytes;
-            } else {
-                close(open, certain || first);
-                first = false;
-            }
-            if (count == 0) {
-                break;
+        const std::int64_t tail = m_plane.tails.empty() ? m_source.size() : m_plane.tails.front();
+        bool anyAgrees = false;
+        for (const std::int64_t start : m_starts) {
+            if (const auto padding = paddingBy(start)) {
+                anyAgrees = true;
+                tryAnchors(start, start, tail - *padding);
             }
         }
-        close(open, certain || first);
-    }
-
-    /// Takes up the rows of a run that no earlier run has, and opens a new one.
-    void close(Run& run, bool trusted)
-    {
-        const bool enough =
-            trusted || run.rows >= kFewRows || (run.rows >= 2 && run.end - run.offset >= kFewBytes);
-        if (run.rows > 0 && enough) {
-            takeUp(run);
-        }
-        run = {};
-    }
-
-    void takeUp(const Run& run)
-    {
-        Run part;
-        std::int64_t at = run.offset;
-        for (std::int64_t i = 0; i < run.rows; ++i) {
-            const std::int64_t row = run.firstRow + i;
-            const std::int64_t entry = run.tableOffset + i * m_plane.entryBytes;
-            const std::int64_t count = countAt(run.tableOffset, i);
-            if (m_covered[static_cast<std::size_t>(row)]) {
-                keep(part);
-            } else {
-                if (part.rows == 0) {
-                    part = {row, 0, at, at, entry};
+        for (const std::int64_t table : m_starts) {
+            for (const std::int64_t start : m_starts) {
+                if (!anyAgrees) {
+                    tryAnchors(table, start, tail);
                 }
-                ++part.rows;
-                part.end = at + count;
-                m_covered[static_cast<std::size_t>(row)] = true;
             }
-            at += count;
         }
-        keep(part);
     }
 
-    void keep(Run& part)
+    void tryAnchors(std::int64_t table, std::int64_t start, std::int64_t end)
     {
-        if (part.rows > 0 && m_runs.size() < kMostRuns) {
-            m_runs.push_back(part);
+        const RowAnchors anchors{table + kCodeBytes, frontOf(start), end, m_plane.tailsAreSure};
+        std::vector<FoundRows> found =
+            RowTrial(m_source, m_plane.shape, m_plane.entryBytes, anchors).run();
+        if (rowsIn(found) > rowsIn(m_found) || m_anchors.table == 0) {
+            m_found = std::move(found);
+            m_anchors = anchors;
         }
-        part = {};
     }
 
-    /// Between the rows found so far, rows are told apart by their width.
-    void splitGaps(const std::vector<std::int64_t>& starts)
+    [[nodiscard]] static std::int64_t rowsIn(const std::vector<FoundRows>& found)
     {
-        const std::vector<Run> known = m_runs;
-        std::int64_t row = 0;
-        std::int64_t at = starts.empty() ? -1 : starts.front() + kCodeBytes + m_table;
-        for (const Run& run : known) {
-            splitGap(row, run.firstRow, at, run.offset);
-            row = run.firstRow + run.rows;
-            at = run.end;
+        std::int64_t rows = 0;
+        for (const FoundRows& run : found) {
+            rows += run.rows;
         }
-        const std::int64_t tail = m_plane.tails.empty() ? -1 : m_plane.tails.front();
-        splitGap(row, m_rows, at, tail);
-        std::sort(m_runs.begin(), m_runs.end(),
-                  [](const Run& a, const Run& b) { return a.firstRow < b.firstRow; });
+        return rows;
     }
 
-    /// Rows `[row, behind)` between two offsets, either of which may be unknown (-1).
-    void splitGap(std::int64_t row, std::int64_t behind, std::int64_t from, std::int64_t to)
+    /// Between the rows found so far, rows are told apart by their width, where no bytes are
+    /// missing or too many.
+    void fillGaps()
     {
-        if (row >= behind || (from < 0 && to < 0)) {
+        const std::int64_t place = m_anchors.end - m_anchors.front + m_table + kCodeBytes;
+        if (m_starts.empty() || place > m_plane.length ||
+            place < m_plane.length - kMostPlanePadding) {
             return;
         }
-        std::int64_t at = from;
-        if (from >= 0) {
-            const std::int64_t limit = to >= from ? to : m_source.size();
-            row = splitForward(row, behind, at, limit);
+        const std::vector<FoundRows> known = m_found;
+        FoundRows before{0, 0, m_anchors.front, m_anchors.front, -1};
+        for (const FoundRows& run : known) {
+            fillGap(before, run);
+            before = run;
         }
-        if (row < behind && to >= 0) {
-            splitBehindHole(row, behind, from >= 0 ? at : to - 2 * m_width, to);
-        }
-    }
-
-    /// @return the first row that could not be told; `at` is where it would begin
-    std::int64_t splitForward(std::int64_t row, std::int64_t behind, std::int64_t& at,
-                              std::int64_t limit)
-    {
-        Run run{row, 0, at, at, -1};
-        while (row < behind) {
-            const std::int64_t count = rowLengthByWidth(m_source, at, limit, m_width);
-            if (count <= 0 || looksLikeHole(at, count)) {
-                break;
-            }
-            at += count;
-            ++row;
-            ++run.rows;
-            run.end = at;
-        }
-        cover(run);
-        return row;
-    }
-
-    void cover(Run run)
-    {
-        for (std::int64_t i = 0; i < run.rows; ++i) {
-            m_covered[static_cast<std::size_t>(run.firstRow + i)] = true;
-        }
-        keep(run);
-    }
-
-    /// Looks for the first place from which whole rows lead exactly to `to`, the next known one.
-    void splitBehindHole(std::int64_t row, std::int64_t behind, std::int64_t from, std::int64_t to)
-    {
-        std::int64_t budget = kResyncCost * (to - from) + (64 << 10);
-        for (std::int64_t start = std::max<std::int64_t>(from, 0); start < to && budget > 0;
-             ++start) {
-            std::int64_t at = start;
-            std::int64_t rows = 0;
-            std::int64_t second = to;
-            while (at < to && rows < behind - row) {
-                const std::int64_t count = rowLengthByWidth(m_source, at, to, m_width);
-                budget -= 16 + std::max<std::int64_t>(count, 0) / 8;
-                if (count <= 0) {
-                    break;
-                }
-                if (rows == 0 && looksLikeHole(at, count)) {
-                    start = std::max(start, lastHoleStart(start, to));
-                    break;
-                }
-                at += count;
-                second = ++rows == 1 ? at : second;
-            }
-            if (at == to && rows > 0 && (rows >= 2 || to - start >= kHoleBytes)) {
-                coverBehindHole({behind - rows, rows, start, to, -1}, second);
-                return;
-            }
-        }
-    }
-
-    /// What is left of a torn row can be read as a whole one: without the table's word for it, the
-    /// first row behind a hole is not given.
-    void coverBehindHole(Run run, std::int64_t second)
-    {
-        const bool isWitnessed = std::any_of(m_starts.begin(), m_starts.end(), [&](auto start) {
-            return countAt(start + kCodeBytes, run.firstRow) == second - run.offset;
+        fillGap(before, {m_rows, 0, m_anchors.end, m_anchors.end, -1});
+        std::sort(m_found.begin(), m_found.end(), [](const FoundRows& a, const FoundRows& b) {
+            return a.firstRow < b.firstRow;
         });
-        if (!isWitnessed) {
-            ++run.firstRow;
-            --run.rows;
-            run.offset = second;
+    }
+
+    void fillGap(const FoundRows& before, const FoundRows& behind)
+    {
+        const std::int64_t row = before.behind();
+        const std::int64_t rows = behind.firstRow - row;
+        const std::int64_t limit = std::min(behind.offset, m_source.size());
+        if (rows <= 0 || before.end >= limit) {
+            return;
         }
-        if (run.rows > 0) {
-            cover(run);
+        const SplitRows front = splitForward(m_source, before.end, limit, rows, m_width);
+        const bool isEnd = behind.firstRow == m_rows;
+        if (front.rows == rows &&
+            (front.end == behind.offset || (isEnd && isPadding(front.end, behind.offset)))) {
+            keep({row, rows, front.begin, front.end, -1});
+            return;
+        }
+        keepFront(row, front);
+        if (m_plane.tailsAreSure || !isEnd) {
+            keepBack(row + front.rows, front.end, behind, isEnd);
         }
     }
 
-    /// The last place in the zeros at `offset` where a row can begin that takes some of them.
-    std::int64_t lastHoleStart(std::int64_t offset, std::int64_t to)
+    /// Rows that lead nowhere: the last one may hold bytes that are not its own, and where the
+    /// table contradicts, nothing tells which is right.
+    void keepFront(std::int64_t row, const SplitRows& split)
     {
-        std::int64_t at = offset;
-        while (at < to && m_source.u8(at) == 0) {
-            ++at;
+        std::int64_t rows = 0;
+        while (rows < split.rows && countOf(row + rows) == 0) {
+            ++rows;
         }
-        return at - kHoleBytes;
+        rows = std::min(rows, split.rows - 1);
+        if (rows > 0) {
+            keep({row, rows, split.begin, split.end, -1});
+        }
     }
 
-    bool isSoundRow(std::int64_t offset, std::int64_t count)
+    void keepBack(std::int64_t row, std::int64_t from, const FoundRows& behind, bool isEnd)
     {
-        return count > 0 && rowFits(m_source, offset, count, m_width) &&
-               !looksLikeHole(offset, count);
+        std::int64_t rows = 0;
+        while (rows < behind.firstRow - row && (isEnd || countOf(behind.firstRow - rows - 1) == 0)) {
+            ++rows;
+        }
+        if (rows == 0) {
+            return;
+        }
+        const SplitRows split = splitBackward(m_source, from, behind.offset, rows, m_width);
+        if (split.rows > 0) {
+            keep({behind.firstRow - split.rows, split.rows, split.begin, split.end, -1});
+        }
     }
 
-    /// The row has a part in more zeros than an encoder leaves, which may begin before it and end
-    /// behind it: a hole's border can fit a row as well as what stood there.
-    bool looksLikeHole(std::int64_t offset, std::int64_t count)
+    [[nodiscard]] std::int64_t countOf(std::int64_t row)
     {
-        const std::int64_t from = std::max<std::int64_t>(0, offset - kHoleBytes);
-        const std::int64_t to = offset + count + kHoleBytes;
-        const auto view = m_source.at(from, static_cast<std::size_t>(std::min<std::int64_t>(
-                                                to - from, SourceBytes::kMostView)));
-        std::int64_t zeros = 0;
-        std::int64_t at = from;
-        for (const std::uint8_t byte : view) {
-            ++at;
-            zeros = byte == 0 ? zeros + 1 : 0;
-            if (zeros >= kHoleBytes && at > offset && at - zeros < offset + count) {
-                return true;
-            }
+        return countOfRow(m_source, m_anchors.table, row, m_plane.entryBytes, m_width);
+    }
+
+    void keep(const FoundRows& run)
+    {
+        if (m_found.size() < kMostRuns) {
+            m_found.push_back(run);
         }
-        return false;
     }
 
     /// Where one row does not begin at the end of the one before, bytes are missing or too many,
     /// and the row before may well have fitted by taking bytes that are not its own.
     void dropDoubtfulRows()
     {
-        for (std::size_t i = 0; i + 1 < m_runs.size(); ++i) {
-            Run& run = m_runs[i];
-            const Run& next = m_runs[i + 1];
-            if (run.firstRow + run.rows == next.firstRow && run.end != next.offset) {
+        for (std::size_t i = 0; i + 1 < m_found.size(); ++i) {
+            FoundRows& run = m_found[i];
+            const FoundRows& next = m_found[i + 1];
+            if (run.behind() == next.firstRow && run.end != next.offset) {
                 --run.rows;
             }
         }
-        std::erase_if(m_runs, [](const Run& run) { return run.rows == 0; });
+        std::erase_if(m_found, [](const FoundRows& run) { return run.rows == 0; });
     }
 
     [[nodiscard]] SalvagedRows result() const
     {
         SalvagedRows salvaged;
-        for (const Run& run : m_runs) {
+        for (const FoundRows& run : m_found) {
             salvaged.runs.push_back({static_cast<std::int32_t>(run.firstRow),
                                      static_cast<std::int32_t>(run.rows), run.offset,
                                      run.tableOffset});
@@ -366,9 +252,9 @@ private:
     std::int64_t m_rows;
     std::int64_t m_width;
     std::int64_t m_table;
-    std::vector<bool> m_covered;
     std::vector<std::int64_t> m_starts; ///< where the plane may begin
-    std::vector<Run> m_runs;
+    RowAnchors m_anchors;               ///< of the rows found
+    std::vector<FoundRows> m_found;
 };
 
 } // namespace

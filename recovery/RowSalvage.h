@@ -17,7 +17,7 @@ struct DamagedPlane
     std::int64_t length = -1;        ///< as stated, the code included; -1 unknown
     std::vector<std::int64_t> heads; ///< where it may begin, the likeliest first
     std::vector<std::int64_t> tails; ///< where it may end, the likeliest first
-    bool tailsAreSure = true;        ///< false: it may as well go on behind them all
+    bool tailsAreSure = true;        ///< false: nothing but its length says that it ends there
 };
 
 struct SalvagedRows
@@ -28,10 +28,11 @@ struct SalvagedRows
 
 /// Finds the rows that are still good before, between and behind the holes of a PackBits plane.
 ///
-/// Rows are independent of each other. Where the row table holds, each row's place is known and
-/// the row is checked by itself: forward from the beginning, backward from the end, so that bytes
-/// missing in between shift nothing. Where the table is gone, rows are told apart by their width,
-/// from a known beginning on or up to a known end. A row is given only with its number known.
+/// A row that takes its bytes and gives its width proves neither its number nor its place: of rows
+/// of one colour any stretch as long does. So a row is given only where an unbroken way leads to
+/// it: by the table's counts where those from the beginning and those from the end agree, or else
+/// from the side of the change on which it lies; by the width, where rows fill what is between two
+/// known places exactly. Where two ways fit, the rows between are lost.
 /// Time: linear in the plane for each pair of beginning and end.
 SalvagedRows salvageRows(SourceBytes& source, const DamagedPlane& plane);
 
