@@ -45,11 +45,11 @@ public:
     }
 
 private:
-    /// A few rows between the two are broken, and they take just the bytes that the table gives
-    /// them.
+    /// A few rows between the two are broken, or next to broken ones, and they take just the bytes
+    /// that the table gives them.
     [[nodiscard]] bool isChangedBetween(const RowRun& before, const RowRun& behind)
     {
-        constexpr std::int32_t kMostRows = 3;
+        constexpr std::int32_t kMostRows = 5;
         const std::int32_t end = before.firstRow + before.rowCount;
         if (behind.firstRow - end > kMostRows || before.tableOffset < 0 || behind.tableOffset < 0 ||
             behind.tableOffset - before.tableOffset !=

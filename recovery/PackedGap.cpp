@@ -11,9 +11,11 @@ namespace {
 constexpr std::int64_t kResyncCost = 16;
 constexpr std::int64_t kLeastBudget = 64 << 10;
 
-/// The longest run of the value 0x81 is written as 0x81 twice: a plane of that colour is made of
-/// nothing else.
-constexpr std::uint8_t kLongestRunOfItself = 0x81;
+/// What erased storage holds; other bytes may stand side by side in rows of one colour.
+bool isOfHole(std::uint8_t byte)
+{
+    return byte == 0x00 || byte == 0xff;
+}
 
 } // namespace
 
@@ -31,7 +33,7 @@ bool looksLikeHole(SourceBytes& source, std::int64_t offset, std::int64_t count)
         ++at;
         equal = byte == last ? equal + 1 : 1;
         last = byte;
-        if (equal >= kHoleBytes && byte != kLongestRunOfItself && at > offset &&
+        if (equal >= kHoleBytes && isOfHole(byte) && at > offset &&
             at - equal < offset + count) {
             return true;
         }

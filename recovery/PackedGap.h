@@ -9,8 +9,8 @@ namespace talvek::recovery {
 /// No encoder leaves so many equal bytes in a row: it would have made a run of them.
 constexpr std::int64_t kHoleBytes = 12;
 
-/// The `count` bytes at `offset` have a part in a stretch of equal bytes longer than an encoder
-/// leaves, which may begin before them and end behind them: zeros, or erased flash. A hole's border
+/// The `count` bytes at `offset` have a part in a stretch of zeros, or of the ones of erased flash,
+/// longer than an encoder leaves, which may begin before them and end behind them: a hole's border
 /// can fit a row as well as what stood there. Looks at the first 64 KiB.
 bool looksLikeHole(SourceBytes& source, std::int64_t offset, std::int64_t count);
 

@@ -106,21 +106,22 @@ private:
         for (const std::int64_t start : m_starts) {
             if (const auto padding = paddingBy(start)) {
                 anyAgrees = true;
-                tryAnchors(start, start, tail - *padding);
+                tryAnchors(start, start, tail - *padding, true);
             }
         }
         for (const std::int64_t table : m_starts) {
             for (const std::int64_t start : m_starts) {
                 if (!anyAgrees) {
-                    tryAnchors(table, start, tail);
+                    tryAnchors(table, start, tail, m_starts.size() == 1);
                 }
             }
         }
     }
 
-    void tryAnchors(std::int64_t table, std::int64_t start, std::int64_t end)
+    void tryAnchors(std::int64_t table, std::int64_t start, std::int64_t end, bool placeIsSure)
     {
-        const RowAnchors anchors{table + kCodeBytes, frontOf(start), end, m_plane.tailsAreSure};
+        const RowAnchors anchors{table + kCodeBytes, frontOf(start), end, m_plane.tailsAreSure,
+                                 placeIsSure};
         std::vector<FoundRows> found =
             RowTrial(m_source, m_plane.shape, m_plane.entryBytes, anchors).run();
         if (rowsIn(found) > rowsIn(m_found) || m_anchors.table == 0) {

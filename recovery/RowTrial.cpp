@@ -10,9 +10,11 @@ namespace talvek::recovery {
 namespace {
 
 constexpr std::int64_t kFewRows = 4;
+/// So many do not, where bytes are missing.
+constexpr std::int64_t kManyRows = 8;
 constexpr std::int64_t kFewBytes = 64;
-/// A wider hole than this was not made by a changed byte or two.
-constexpr std::int64_t kNarrowHole = 3;
+/// A wider hole than this was not made by a changed byte.
+constexpr std::int64_t kNarrowHole = 1;
 constexpr std::size_t kMostRuns = 1U << 20U;
 
 } // namespace
@@ -47,8 +49,8 @@ std::vector<FoundRows> RowTrial::run()
     } else {
         findBreak();
         doubtBreak();
+        dropBroken();
         collect(0, m_frontRows, m_anchors.front, m_fitsFront, true);
-        std::fill_n(m_fitsBack.begin(), m_backRow, false);
         collect(m_behindUnknown, m_rows, m_backOffset, m_fitsBack, false);
     }
     return std::move(m_found);
@@ -121,8 +123,9 @@ void RowTrial::findBreak()
     }
 }
 
-/// The row before the change may well fit by taking bytes that are not its own. So may the one
-/// behind it, unless the change is known to be before that.
+/// The row before the change may well fit by taking bytes that are not its own, and where the
+/// change is on a border, the one before that. So may the one behind it, unless the change is known
+/// to be before that.
 void RowTrial::doubtBreak()
 {
     if (isCut()) {
@@ -137,7 +140,39 @@ void RowTrial::doubtBreak()
     const bool isBetween = m_backRow == m_frontRows + 1 && fitsNone(m_frontRows);
     drop(m_fitsFront, m_frontRows - 1);
     if (!isBetween) {
+        drop(m_fitsFront, m_frontRows - 2);
         drop(m_fitsBack, m_backRow);
+    }
+}
+
+/// Behind a hole that nothing explains no way leads on: it may be another change.
+void RowTrial::dropBroken()
+{
+    const auto isHole = [this](std::int64_t offset, std::int64_t count) {
+        return m_anchors.placeIsSure && count > 0 &&
+               isExplained({0, 0, offset, offset + count});
+    };
+    bool isBroken = false;
+    std::int64_t at = m_anchors.front;
+    for (std::int64_t row = 0; row < m_frontRows; ++row) {
+        const std::int64_t count = countAt(row);
+        isBroken = isBroken ||
+                   (!m_fitsFront[static_cast<std::size_t>(row)] && !isHole(at, count));
+        if (isBroken) {
+            drop(m_fitsFront, row);
+        }
+        at += count;
+    }
+    isBroken = false;
+    at = m_anchors.end;
+    for (std::int64_t row = m_rows - 1; row >= m_behindUnknown; --row) {
+        const std::int64_t count = countAt(row);
+        at -= count;
+        isBroken = isBroken || row < m_backRow ||
+                   (!m_fitsBack[static_cast<std::size_t>(row)] && !isHole(at, count));
+        if (isBroken) {
+            drop(m_fitsBack, row);
+        }
     }
 }
 
@@ -214,6 +249,9 @@ void RowTrial::keepProved(const Stretch& run, bool isBehindDoubt, bool isBeforeD
     std::int64_t behind = isBeforeDoubt ? run.to - 1 : run.to;
     std::int64_t at = run.end - (behind < run.to && run.to > run.from ? countAt(behind) : 0);
     std::int64_t proved = run.from;
+    if (isBehindDoubt && run.to - run.from < kManyRows) {
+        behind = run.from;
+    }
     while (proved == run.from && --behind > run.from) {
         const std::int64_t count = countAt(behind);
         at -= count;
@@ -270,15 +308,28 @@ void RowTrial::collect(std::int64_t from, std::int64_t to, std::int64_t offset,
     keep(open, certain || (isAnchored && (fromFront ? open.firstRow == 0 : to == m_rows)));
 }
 
-/// A few rows fit by chance.
+/// A few rows fit by chance, and so do many of one colour where their beginning is not known.
 void RowTrial::keep(FoundRows& run, bool trusted)
 {
     const bool enough =
         trusted || run.rows >= kFewRows || (run.rows >= 2 && run.end - run.offset >= kFewBytes);
-    if (run.rows > 0 && enough && m_found.size() < kMostRuns) {
+    if (run.rows > 0 && enough && m_found.size() < kMostRuns &&
+        (m_anchors.placeIsSure || hasOnlyReading(run))) {
         m_found.push_back(run);
     }
     run = {};
+}
+
+bool RowTrial::hasOnlyReading(const FoundRows& run)
+{
+    std::int64_t at = run.offset;
+    for (std::int64_t row = run.firstRow; row + 1 < run.behind(); ++row) {
+        if (row > run.firstRow && isOnlyReading(row, at)) {
+            return true;
+        }
+        at += countAt(row);
+    }
+    return false;
 }
 
 } // namespace talvek::recovery

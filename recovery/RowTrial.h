@@ -26,7 +26,8 @@ struct RowAnchors
     std::int64_t table = 0; ///< of the first entry
     std::int64_t front = 0; ///< of the first row
     std::int64_t end = 0;   ///< behind the last row
-    bool endIsSure = false; ///< what follows the plane was found there
+    bool endIsSure = false;   ///< what follows the plane was found there
+    bool placeIsSure = false; ///< the table adds up, or nothing says otherwise
 };
 
 /// What a row table says of one row; 0 if no row can be so long.
@@ -64,6 +65,8 @@ private:
     void tryRows();
     void findBreak();
     void doubtBreak();
+    void dropBroken();
+    [[nodiscard]] bool hasOnlyReading(const FoundRows& run);
     void drop(std::vector<bool>& fits, std::int64_t row) const;
     [[nodiscard]] bool isCut() const;
     void doubtHoles();

@@ -39,7 +39,9 @@ TEST(Alignment, BytesMissingInOnePlaneMoveNoOther)
     EXPECT_EQ(damaged.layer(1).state, State::Partial);
     EXPECT_EQ(damaged.layer(2).state, State::Whole);
     EXPECT_EQ(damaged.pixels(2, 3), undamaged.pixels(2, 3));
-    EXPECT_EQ(damaged.plane(1, 1).rowsRecovered, damaged.plane(1, 1).rows - 1);
+    // The row that lacks them, and at most its neighbours, which may have given it theirs.
+    EXPECT_LT(damaged.plane(1, 1).rowsRecovered, damaged.plane(1, 1).rows);
+    EXPECT_GE(damaged.plane(1, 1).rowsRecovered, damaged.plane(1, 1).rows - 3);
 }
 
 TEST(Alignment, BytesAddedBetweenLayersMoveNoPixels)

@@ -213,9 +213,9 @@ TEST_P(RowPlaces, BytesTooManyInARowPutNoRowInTheWrongPlace)
     }
 }
 
-TEST_P(RowPlaces, AHoleOfOneByteValueGivesNoRows)
+TEST_P(RowPlaces, AHoleOfZerosOrErasedFlashGivesNoRows)
 {
-    for (const int value : {0x00, 0xff, 0x55}) {
+    for (const int value : {0x00, 0xff}) {
         for (std::int64_t at = 2; at + 64 < m_plane.length(); at += 5) {
             Bytes bytes = withNext(m_plane.bytes);
             const std::int64_t end = std::min(m_plane.length(), at + 64 + at % 200);

@@ -112,8 +112,8 @@ TEST(RowSalvage, BytesMissingInsideShiftNothingBehindThem)
     DamagedPlane damaged = asStated(plane);
     damaged.tails = {plane.length() - 3, plane.length()};
     // The row that lacks them fits all the same, with the first bytes of the next one, and nothing
-    // tells which of the two is torn.
-    EXPECT_EQ(goodRows(bytes, damaged, plane, -3, 20), kRows - 2);
+    // tells which of its neighbours is torn.
+    EXPECT_GE(goodRows(bytes, damaged, plane, -3, 20), kRows - 3);
 }
 
 TEST(RowSalvage, ACutKeepsTheRowsBeforeIt)
