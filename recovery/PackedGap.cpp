@@ -23,9 +23,8 @@ bool looksLikeHole(SourceBytes& source, std::int64_t offset, std::int64_t count)
 {
     const std::int64_t from = std::max<std::int64_t>(0, offset - kHoleBytes);
     const std::int64_t to = offset + count + kHoleBytes;
-    const auto view = source.at(
-        from, static_cast<std::size_t>(
-                  std::min<std::int64_t>(to - from, std::int64_t{SourceBytes::kMostView})));
+    const auto view = source.at(from, static_cast<std::size_t>(std::min<std::int64_t>(
+                                          to - from, std::int64_t{SourceBytes::kMostView})));
     std::int64_t equal = 0;
     std::int64_t at = from;
     std::uint8_t last = 0;
@@ -33,8 +32,7 @@ bool looksLikeHole(SourceBytes& source, std::int64_t offset, std::int64_t count)
         ++at;
         equal = byte == last ? equal + 1 : 1;
         last = byte;
-        if (equal >= kHoleBytes && isOfHole(byte) && at > offset &&
-            at - equal < offset + count) {
+        if (equal >= kHoleBytes && isOfHole(byte) && at > offset && at - equal < offset + count) {
             return true;
         }
     }

@@ -92,8 +92,7 @@ private:
             packedLength(m_source, start + kCodeBytes, m_plane.shape, m_plane.entryBytes);
         const std::int64_t padding = m_plane.length - kCodeBytes - packed;
         const bool agrees = packed >= 0 && m_plane.length >= 0 && padding >= 0 &&
-                            padding <= kMostPlanePadding &&
-                            m_source.u16(start) == kPackBits;
+                            padding <= kMostPlanePadding && m_source.u16(start) == kPackBits;
         return agrees ? std::optional(padding) : std::nullopt;
     }
 
@@ -112,10 +111,17 @@ private:
         for (const std::int64_t table : m_starts) {
             for (const std::int64_t start : m_starts) {
                 if (!anyAgrees) {
-                    tryAnchors(table, start, tail, m_starts.size() == 1);
+                    tryAnchors(table, start, tail, isPlaceSure(table));
                 }
             }
         }
+    }
+
+    [[nodiscard]] bool isPlaceSure(std::int64_t table)
+    {
+        return m_starts.size() == 1 &&
+               (m_plane.tailsAreSure ||
+                packedLength(m_source, table + kCodeBytes, m_plane.shape, m_plane.entryBytes) >= 0);
     }
 
     void tryAnchors(std::int64_t table, std::int64_t start, std::int64_t end, bool placeIsSure)
@@ -155,9 +161,8 @@ private:
             before = run;
         }
         fillGap(before, {m_rows, 0, m_anchors.end, m_anchors.end, -1});
-        std::sort(m_found.begin(), m_found.end(), [](const FoundRows& a, const FoundRows& b) {
-            return a.firstRow < b.firstRow;
-        });
+        std::sort(m_found.begin(), m_found.end(),
+                  [](const FoundRows& a, const FoundRows& b) { return a.firstRow < b.firstRow; });
     }
 
     void fillGap(const FoundRows& before, const FoundRows& behind)
@@ -175,8 +180,8 @@ private:
             keep({row, rows, front.begin, front.end, -1});
             return;
         }
-        keepFront(row, front);
-        if (m_plane.tailsAreSure || !isEnd) {
+        if (m_plane.tailsAreSure) {
+            keepFront(row, front);
             keepBack(row + front.rows, front.end, behind, isEnd);
         }
     }
@@ -198,7 +203,8 @@ private:
     void keepBack(std::int64_t row, std::int64_t from, const FoundRows& behind, bool isEnd)
     {
         std::int64_t rows = 0;
-        while (rows < behind.firstRow - row && (isEnd || countOf(behind.firstRow - rows - 1) == 0)) {
+        while (rows < behind.firstRow - row &&
+               (isEnd || countOf(behind.firstRow - rows - 1) == 0)) {
             ++rows;
         }
         if (rows == 0) {

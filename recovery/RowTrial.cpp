@@ -149,15 +149,13 @@ void RowTrial::doubtBreak()
 void RowTrial::dropBroken()
 {
     const auto isHole = [this](std::int64_t offset, std::int64_t count) {
-        return m_anchors.placeIsSure && count > 0 &&
-               isExplained({0, 0, offset, offset + count});
+        return m_anchors.placeIsSure && count > 0 && looksLikeHole(m_source, offset, count);
     };
     bool isBroken = false;
     std::int64_t at = m_anchors.front;
     for (std::int64_t row = 0; row < m_frontRows; ++row) {
         const std::int64_t count = countAt(row);
-        isBroken = isBroken ||
-                   (!m_fitsFront[static_cast<std::size_t>(row)] && !isHole(at, count));
+        isBroken = isBroken || (!m_fitsFront[static_cast<std::size_t>(row)] && !isHole(at, count));
         if (isBroken) {
             drop(m_fitsFront, row);
         }
@@ -218,7 +216,9 @@ void RowTrial::doubtHoles()
         } else if (isBehindDoubt) {
             keepProved(run, true, false);
         }
-        if (doubted && hole.to - hole.from > kNarrowHole) {
+        const bool isWide =
+            hole.to - hole.from > kNarrowHole || hole.from == 0 || hole.to == m_rows;
+        if (doubted && isWide) {
             drop(m_fitsFront, hole.from - 1);
             drop(m_fitsFront, hole.to);
         }
@@ -238,8 +238,8 @@ void RowTrial::doubtHoles()
 bool RowTrial::isExplained(const Stretch& hole)
 {
     return hole.end > m_source.size() ||
-           looksLikeHole(m_source, hole.offset, hole.end - hole.offset) ||
-           looksLikeHole(m_source, hole.end - kHoleBytes, kHoleBytes);
+           (looksLikeHole(m_source, hole.offset, countAt(hole.from)) &&
+            looksLikeHole(m_source, hole.end - countAt(hole.to - 1), countAt(hole.to - 1)));
 }
 
 /// Of rows next to a place where bytes may be missing, those up to the last one that cannot be read
@@ -289,7 +289,7 @@ void RowTrial::collect(std::int64_t from, std::int64_t to, std::int64_t offset,
                        const std::vector<bool>& fits, bool fromFront)
 {
     const bool certain = isAgreed() && m_anchors.endIsSure;
-    const bool isAnchored = fromFront || m_anchors.endIsSure;
+    const bool isSure = m_anchors.placeIsSure && (fromFront || m_anchors.endIsSure);
     FoundRows open;
     std::int64_t at = offset;
     for (std::int64_t row = from; row < to; ++row) {
@@ -301,20 +301,19 @@ void RowTrial::collect(std::int64_t from, std::int64_t to, std::int64_t offset,
             ++open.rows;
             open.end = at + count;
         } else {
-            keep(open, certain || (fromFront && open.firstRow == 0));
+            keep(open, certain || (fromFront && open.firstRow == 0), isSure);
         }
         at += count;
     }
-    keep(open, certain || (isAnchored && (fromFront ? open.firstRow == 0 : to == m_rows)));
+    keep(open, certain || (isSure && (!fromFront || open.firstRow == 0)), isSure);
 }
 
 /// A few rows fit by chance, and so do many of one colour where their beginning is not known.
-void RowTrial::keep(FoundRows& run, bool trusted)
+void RowTrial::keep(FoundRows& run, bool trusted, bool isSure)
 {
     const bool enough =
         trusted || run.rows >= kFewRows || (run.rows >= 2 && run.end - run.offset >= kFewBytes);
-    if (run.rows > 0 && enough && m_found.size() < kMostRuns &&
-        (m_anchors.placeIsSure || hasOnlyReading(run))) {
+    if (run.rows > 0 && enough && m_found.size() < kMostRuns && (isSure || hasOnlyReading(run))) {
         m_found.push_back(run);
     }
     run = {};

@@ -23,9 +23,9 @@ struct FoundRows
 /// Where the parts of a damaged PackBits plane are taken to stand.
 struct RowAnchors
 {
-    std::int64_t table = 0; ///< of the first entry
-    std::int64_t front = 0; ///< of the first row
-    std::int64_t end = 0;   ///< behind the last row
+    std::int64_t table = 0;   ///< of the first entry
+    std::int64_t front = 0;   ///< of the first row
+    std::int64_t end = 0;     ///< behind the last row
     bool endIsSure = false;   ///< what follows the plane was found there
     bool placeIsSure = false; ///< the table adds up, or nothing says otherwise
 };
@@ -77,7 +77,7 @@ private:
     [[nodiscard]] bool isSoundRow(std::int64_t offset, std::int64_t count);
     void collect(std::int64_t from, std::int64_t to, std::int64_t offset,
                  const std::vector<bool>& fits, bool fromFront);
-    void keep(FoundRows& run, bool trusted);
+    void keep(FoundRows& run, bool trusted, bool isSure);
     [[nodiscard]] bool isAgreed() const { return m_isComplete && m_shift == 0; }
 
     SourceBytes& m_source;
@@ -85,14 +85,14 @@ private:
     std::int64_t m_width;
     int m_entryBytes;
     RowAnchors m_anchors;
-    bool m_isComplete = true;        ///< every count can be
-    std::int64_t m_firstUnknown = 0; ///< first row without a count; m_rows if there is none
+    bool m_isComplete = true;         ///< every count can be
+    std::int64_t m_firstUnknown = 0;  ///< first row without a count; m_rows if there is none
     std::int64_t m_behindUnknown = 0; ///< behind the last such row; 0 if there is none
-    std::int64_t m_backOffset = 0;   ///< of row m_behindUnknown, seen from the end
-    std::int64_t m_shift = 0;        ///< from where the front puts a row to where the end does
-    std::int64_t m_cutRow = 0;       ///< the first row that the file does not hold, by the front
-    std::int64_t m_frontRows = 0;    ///< rows before this one are taken as seen from the front
-    std::int64_t m_backRow = 0;      ///< and those from this one on as seen from the end
+    std::int64_t m_backOffset = 0;    ///< of row m_behindUnknown, seen from the end
+    std::int64_t m_shift = 0;         ///< from where the front puts a row to where the end does
+    std::int64_t m_cutRow = 0;        ///< the first row that the file does not hold, by the front
+    std::int64_t m_frontRows = 0;     ///< rows before this one are taken as seen from the front
+    std::int64_t m_backRow = 0;       ///< and those from this one on as seen from the end
     std::vector<bool> m_fitsFront;
     std::vector<bool> m_fitsBack;
     std::vector<FoundRows> m_found;
