@@ -72,6 +72,7 @@ private:
     void doubtHoles();
     [[nodiscard]] bool isExplained(const Stretch& hole);
     void keepProved(const Stretch& run, bool isBehindDoubt, bool isBeforeDoubt);
+    [[nodiscard]] std::int64_t behindProved(const Stretch& run, bool isBeforeDoubt);
     [[nodiscard]] bool isOnlyReading(std::int64_t row, std::int64_t offset);
     [[nodiscard]] std::int64_t countAt(std::int64_t row);
     [[nodiscard]] bool isSoundRow(std::int64_t offset, std::int64_t count);
