@@ -21,7 +21,9 @@ void PlaneAligner::findEnds(std::int64_t blockBehind)
         return;
     }
     const auto add = [this](std::int64_t end) {
-        for (std::int64_t pad = 0; pad <= kMostPlanePadding; ++pad) {
+        // Padding is zeros: anything else belongs to a plane that bytes were added to.
+        m_ends.push_back(end);
+        for (std::int64_t pad = 1; pad <= kMostPlanePadding && m_source.u8(end - pad) == 0; ++pad) {
             m_ends.push_back(end - pad);
         }
     };

@@ -162,19 +162,20 @@ std::int64_t RowTrial::behindProved(const Stretch& run, bool isBeforeDoubt)
     return run.from;
 }
 
-/// No row as long as this one, or as the next, begins behind any of this one's runs.
+/// No row as long as this one, or as the next, begins behind any of this one's runs. Only those
+/// near its ends are tried: a few bytes missing or too many lead there.
 bool RowTrial::isOnlyReading(std::int64_t row, std::int64_t offset)
 {
-    constexpr int kMostTried = 32;
+    constexpr std::int64_t kNear = 64;
     const std::int64_t count = countAt(row);
     const std::int64_t next = row + 1 < m_rows ? countAt(row + 1) : 0;
-    std::int64_t at = offset;
-    for (int tried = 0; tried < kMostTried && at < offset + count; ++tried) {
+    const std::int64_t end = offset + count;
+    for (std::int64_t at = offset; at < end;) {
         const std::uint8_t control = m_source.u8(at);
         at += control < 128 ? control + 2 : control > 128 ? 2 : 1;
-        const bool fits = rowFits(m_source, at, count, m_width) ||
-                          (at < offset + count && next > 0 && rowFits(m_source, at, next, m_width));
-        if (fits) {
+        const bool isNear = at - offset <= kNear || end - at <= kNear;
+        if (isNear && (rowFits(m_source, at, count, m_width) ||
+                       (at < end && rowFits(m_source, at, next, m_width)))) {
             return false;
         }
     }
