@@ -105,16 +105,56 @@ private:
         for (const std::int64_t start : m_starts) {
             if (const auto padding = paddingBy(start)) {
                 anyAgrees = true;
-                tryAnchors(start, start, tail - *padding, true);
+                tryTable(start, tail - *padding);
             }
         }
         for (const std::int64_t table : m_starts) {
             for (const std::int64_t start : m_starts) {
                 if (!anyAgrees) {
-                    tryAnchors(table, start, tail, isPlaceSure(table));
+                    tryAnchors(table, start, tail, isPlaceSure(table), m_plane.tailsAreSure);
                 }
             }
         }
+    }
+
+    /// Where nothing tells the end, the last rows do: a few bytes missing or too many move them
+    /// all.
+    void tryTable(std::int64_t start, std::int64_t end)
+    {
+        const auto found = m_plane.tailsAreSure ? std::nullopt : endByRows(start, end);
+        tryAnchors(start, start, found.value_or(end), true, m_plane.tailsAreSure || found);
+    }
+
+    /// The only end near `end` before which rows stand; nothing if there is none or more than one.
+    std::optional<std::int64_t> endByRows(std::int64_t start, std::int64_t end)
+    {
+        constexpr std::int64_t kMostShift = 16;
+        constexpr std::int64_t kLeastRows = 8;
+        std::optional<std::int64_t> best;
+        for (std::int64_t shift = -kMostShift; shift <= kMostShift; ++shift) {
+            if (rowsBefore(start + kCodeBytes, end + shift) < kLeastRows) {
+                continue;
+            }
+            if (best) {
+                return std::nullopt;
+            }
+            best = end + shift;
+        }
+        return best;
+    }
+
+    std::int64_t rowsBefore(std::int64_t table, std::int64_t end)
+    {
+        std::int64_t rows = 0;
+        for (std::int64_t at = end; rows < m_rows; ++rows) {
+            const std::int64_t count =
+                countOfRow(m_source, table, m_rows - rows - 1, m_plane.entryBytes, m_width);
+            at -= count;
+            if (!rowFits(m_source, at, count, m_width) || looksLikeHole(m_source, at, count)) {
+                break;
+            }
+        }
+        return rows;
     }
 
     [[nodiscard]] bool isPlaceSure(std::int64_t table)
@@ -124,10 +164,10 @@ private:
                 packedLength(m_source, table + kCodeBytes, m_plane.shape, m_plane.entryBytes) >= 0);
     }
 
-    void tryAnchors(std::int64_t table, std::int64_t start, std::int64_t end, bool placeIsSure)
+    void tryAnchors(std::int64_t table, std::int64_t start, std::int64_t end, bool placeIsSure,
+                    bool endIsSure)
     {
-        const RowAnchors anchors{table + kCodeBytes, frontOf(start), end, m_plane.tailsAreSure,
-                                 placeIsSure};
+        const RowAnchors anchors{table + kCodeBytes, frontOf(start), end, endIsSure, placeIsSure};
         std::vector<FoundRows> found =
             RowTrial(m_source, m_plane.shape, m_plane.entryBytes, anchors).run();
         if (rowsIn(found) > rowsIn(m_found) || m_anchors.table == 0) {
