@@ -97,6 +97,14 @@ std::int64_t blocksLength(const std::vector<TaggedBlock>& blocks, std::int64_t u
     return length;
 }
 
+/// Marks the merged picture's transparency at 16 and 32 bits. Programs put it in front of the
+/// layers' block, and there are readers that show other things of a document where it stands
+/// behind.
+bool standsBeforeLayers(const TaggedBlock& block)
+{
+    return block.key == key("Mt16") || block.key == key("Mt32") || block.key == key("Mtrn");
+}
+
 void writeBlocks(DocumentOutput& output, const std::vector<TaggedBlock>& blocks, std::int64_t unit)
 {
     for (const TaggedBlock& block : blocks) {
@@ -264,12 +272,16 @@ void LayeredDocumentWriter::writeLayerSection(DocumentOutput& output, const Prog
     }
     output.u32(m_document.globalMask.length);
     output.copy(m_document.globalMask);
+    std::vector<TaggedBlock> rest = m_document.blocks;
     if (own) {
+        const auto behind = std::stable_partition(rest.begin(), rest.end(), standsBeforeLayers);
+        writeBlocks(output, {rest.begin(), behind}, 4);
+        rest.erase(rest.begin(), behind);
         output.text(m_document.facts.depth == 16 ? "8BIMLr16" : "8BIMLr32");
         writeLength(output, info);
         writeLayerInfo(output, progress);
     }
-    writeBlocks(output, m_document.blocks, 4);
+    writeBlocks(output, rest, 4);
 }
 
 void LayeredDocumentWriter::writeLayerInfo(DocumentOutput& output, const Progress& progress)

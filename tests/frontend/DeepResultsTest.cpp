@@ -85,13 +85,14 @@ TEST_F(DeepTree, TheWholePictureIsSelectedFirstAndShown)
     EXPECT_EQ(preview()->pictureSize(), QSize(40, 30));
 }
 
-TEST_F(DeepTree, APictureThatWasMadeAnewIsShownFromTheLayeredDocument)
+TEST_F(DeepTree, APictureThatWasMadeAnewIsAFileAndShown)
 {
     Document document = threeLayers().build();
     document.cutAt(document.composite);
     ASSERT_TRUE(launchAndRecover(document));
     EXPECT_EQ(lines().value(0), "Whole picture: Made anew");
     EXPECT_EQ(find<QLabel>("layerStateLabel")->text(), "Lost, and made anew from the layers.");
+    EXPECT_TRUE(filesIn(workingFolder()).contains("Composite.png"));
     ASSERT_TRUE(waitFor([this] { return preview()->hasPicture(); }));
     EXPECT_EQ(preview()->pictureSize(), QSize(40, 30));
 }

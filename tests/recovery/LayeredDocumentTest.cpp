@@ -57,6 +57,35 @@ TEST(LayeredDocument, LayersOf16And32BitsStandInTheirOwnBlock)
     }
 }
 
+PsdBuilder deepDocument()
+{
+    PsdBuilder builder;
+    builder.size(20, 20).depth(16).layersInBlock().layer("deep");
+    return builder;
+}
+
+TEST(LayeredDocument, TheLastResourceInFrontOfLayersInABlockIsCarriedOver)
+{
+    const Bytes metadata(28, 7);
+    const Document document = deepDocument().resource(0x0422, metadata).build();
+    const Found written(layeredDocumentOf(document.bytes));
+    ASSERT_EQ(written.document().resources.size(), 1U);
+    EXPECT_EQ(written.document().resources[0].id, 0x0422);
+    EXPECT_EQ(written.document().resources[0].data.length, 28);
+}
+
+TEST(LayeredDocument, TheMarkOfTheMergedTransparencyStandsInFrontOfTheLayers)
+{
+    const Document document = deepDocument().globalBlock("Mt16", {}).build();
+    const Bytes written = layeredDocumentOf(document.bytes);
+    const auto placeOf = [&written](const char* key) {
+        const Bytes bytes = bytesOf(key);
+        return std::search(written.begin(), written.end(), bytes.begin(), bytes.end());
+    };
+    EXPECT_LT(placeOf("8BIMMt16"), placeOf("8BIMLr16"));
+    expectSamePixels(Found(written), Found(document));
+}
+
 TEST(LayeredDocument, PlanesWithoutRecordsStandInAGroupOfTheirOwn)
 {
     Document document = threeLayers().build();
