@@ -16,6 +16,10 @@ function(talvek_target target)
         -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion
         -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Wformat=2)
     target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64)
+    # Without it a fuzzer sees what its own source does, and nothing of what it calls.
+    if(TALVEK_FUZZ)
+        target_compile_options(${target} PRIVATE -fsanitize=fuzzer-no-link)
+    endif()
     if(TALVEK_SANITIZE)
         target_compile_options(${target} PRIVATE
             -fsanitize=${TALVEK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
