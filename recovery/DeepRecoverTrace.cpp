@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <exception>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -77,9 +78,7 @@ bool recover(const Arguments& arguments)
            output::OutputResult::Written;
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+int run(int argc, char** argv)
 {
     Arguments arguments;
     if (!parse(argc, argv, arguments)) {
@@ -93,4 +92,16 @@ int main(int argc, char** argv)
                                      std::get<double>(info.at("progress")));
                        });
     return recover(arguments) ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        return run(argc, argv);
+    } catch (const std::exception& error) {
+        std::cerr << error.what() << '\n';
+        return 1;
+    }
 }

@@ -25,7 +25,7 @@ constexpr std::int16_t kMask = -2;
 float sampleAt(std::span<const std::uint8_t> row, std::size_t x, int depth)
 {
     if (depth == 32) {
-        const float value =
+        const auto value =
             std::bit_cast<float>(static_cast<std::uint32_t>(bigEndian(row.subspan(4 * x), 4)));
         return std::isfinite(value) ? value : 0.0F;
     }

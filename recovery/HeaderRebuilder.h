@@ -66,7 +66,7 @@ private:
     std::optional<ColorMode> modeOfMetadata();
     std::optional<ColorMode> modeOfProfile();
     std::optional<std::int64_t> metadataNumber(const char* name);
-    std::int64_t channelsFor(const Size& size) const;
+    [[nodiscard]] std::int64_t channelsFor(const Size& size) const;
 
     SourceBytes& m_source;
     const HeaderEvidence& m_evidence;

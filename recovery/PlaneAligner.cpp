@@ -234,6 +234,7 @@ std::vector<PlaneAligner::Ballot> PlaneAligner::ballots() const
         }
     }
     std::vector<Ballot> all;
+    all.reserve(byShift.size());
     for (auto& [where, ballot] : byShift) {
         all.push_back(std::move(ballot));
     }

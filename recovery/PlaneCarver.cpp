@@ -245,8 +245,7 @@ std::vector<CarvedPlane> PlaneCarver::fillGap(const CarvedPlane& before,
             }
             // Empty planes stand together; raw ones follow or precede them.
             for (const bool emptyFirst : {true, false}) {
-                const auto planes =
-                    laidOut(before.end(), left / kCodeBytes, raw, shape, emptyFirst);
+                auto planes = laidOut(before.end(), left / kCodeBytes, raw, shape, emptyFirst);
                 if (!planes.empty()) {
                     return planes;
                 }
