@@ -179,13 +179,12 @@ std::string drawByteMap(const RecoveredDocument& document)
     const std::string width = std::to_string(kColumns * kCell);
     const std::string height = std::to_string(lines * (kCell + 4) - 4);
     std::string svg =
-        "<svg class=\"map\" role=\"img\" aria-labelledby=\"map-title\" viewBox=\"0 0 " + width +
-        " " + height +
-        "\"><title id=\"map-title\">The document's bytes, from its first at the upper "
-        "left to its last at the lower right</title><defs><pattern id=\"stripes\" "
-        "width=\"5\" height=\"5\" patternUnits=\"userSpaceOnUse\" "
-        "patternTransform=\"rotate(45)\"><rect class=\"stripe\" width=\"2.2\" "
-        "height=\"5\"/></pattern></defs>";
+        R"(<svg class="map" role="img" aria-labelledby="map-title" viewBox="0 0 )" + width + " " +
+        height +
+        R"("><title id="map-title">The document's bytes, from its first at the upper left to )"
+        R"(its last at the lower right</title><defs><pattern id="stripes" width="5" height="5" )"
+        R"(patternUnits="userSpaceOnUse" patternTransform="rotate(45)">)"
+        R"(<rect class="stripe" width="2.2" height="5"/></pattern></defs>)";
     for (std::int64_t line = 0; line < lines; ++line) {
         svg += drawLine(cells, line, kColumns);
     }

@@ -37,7 +37,7 @@ private:
     void findMatches();
     void literal(std::uint8_t byte);
     void match(std::size_t length, std::size_t distance);
-    std::size_t matchLength(std::size_t at, std::size_t distance) const;
+    [[nodiscard]] std::size_t matchLength(std::size_t at, std::size_t distance) const;
     [[nodiscard]] std::uint64_t codedBits() const;
     void writeStored(bool last);
     void writeCoded(bool last);
