@@ -85,10 +85,13 @@ std::int64_t widthOfRow(SourceBytes& source, std::int64_t offset, std::int64_t p
 }
 
 std::int64_t rowLengthByWidth(SourceBytes& source, std::int64_t offset, std::int64_t limit,
-                              std::int64_t width)
+                              std::int64_t width, std::int64_t* looked)
 {
     Walk walk{offset};
     walk.go(source, std::min({limit, offset + mostPacked(width), source.size()}), width);
+    if (looked != nullptr) {
+        *looked = walk.at - offset;
+    }
     return walk.made == width && walk.at <= limit ? walk.at - offset : -1;
 }
 

@@ -15,8 +15,9 @@ bool rowFits(SourceBytes& source, std::int64_t offset, std::int64_t packed, std:
 
 /// How many bytes at `offset` make up one PackBits row of exactly `width` bytes; -1 if a run
 /// crosses the row's end or the row reaches beyond `limit` (an offset).
+/// @param looked  receives over how many bytes it went, whether they are a row or not; may be null
 std::int64_t rowLengthByWidth(SourceBytes& source, std::int64_t offset, std::int64_t limit,
-                              std::int64_t width);
+                              std::int64_t width, std::int64_t* looked = nullptr);
 
 /// The width of the PackBits row that takes exactly `packed` bytes; -1 if there is none.
 std::int64_t widthOfRow(SourceBytes& source, std::int64_t offset, std::int64_t packed);

@@ -67,14 +67,19 @@ SplitRows splitForward(SourceBytes& source, std::int64_t from, std::int64_t limi
 SplitRows splitBackward(SourceBytes& source, std::int64_t from, std::int64_t to, std::int64_t rows,
                         std::int64_t width)
 {
+    // A length that is a lie can put the end anywhere; no row leads to where no bytes are.
+    if (to > source.size()) {
+        return {0, to, to};
+    }
     std::int64_t budget = kResyncCost * (to - from) + kLeastBudget;
     for (std::int64_t start = std::max<std::int64_t>(from, 0); start < to && budget > 0; ++start) {
         std::int64_t at = start;
         std::int64_t found = 0;
         std::int64_t second = to;
         while (at < to && found < rows) {
-            const std::int64_t count = rowLengthByWidth(source, at, to, width);
-            budget -= 16 + std::max<std::int64_t>(count, 0) / 8;
+            std::int64_t looked = 0;
+            const std::int64_t count = rowLengthByWidth(source, at, to, width, &looked);
+            budget -= 16 + looked / 8;
             if (count <= 0) {
                 break;
             }

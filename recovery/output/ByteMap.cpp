@@ -183,7 +183,7 @@ std::string drawByteMap(const RecoveredDocument& document)
         height +
         R"("><title id="map-title">The document's bytes, from its first at the upper left to )"
         R"(its last at the lower right</title><defs><pattern id="stripes" width="5" height="5" )"
-        R"(patternUnits="userSpaceOnUse" patternTransform="rotate(45)">)"
+        R"~(patternUnits="userSpaceOnUse" patternTransform="rotate(45)">)~"
         R"(<rect class="stripe" width="2.2" height="5"/></pattern></defs>)";
     for (std::int64_t line = 0; line < lines; ++line) {
         svg += drawLine(cells, line, kColumns);

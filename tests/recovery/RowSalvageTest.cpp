@@ -124,6 +124,17 @@ TEST(RowSalvage, ACutKeepsTheRowsBeforeIt)
     EXPECT_EQ(goodRows(bytes, asStated(plane), plane), 25);
 }
 
+TEST(RowSalvage, AnEndFarBehindTheFileIsNotLookedFor)
+{
+    PackedPlane plane;
+    Bytes bytes = plane.bytes;
+    bytes.resize(static_cast<std::size_t>(plane.rowOffsets[25] + 1));
+    DamagedPlane damaged = asStated(plane);
+    damaged.length = std::int64_t{1} << 50;
+    damaged.tails = {damaged.length};
+    EXPECT_EQ(goodRows(bytes, damaged, plane), 25);
+}
+
 TEST(RowSalvage, ZerosGiveNoRows)
 {
     const PackedPlane plane;
