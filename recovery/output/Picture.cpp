@@ -235,7 +235,7 @@ ColorFacts colorFacts(const RecoveredDocument& document, SourceFiles& files)
     return facts;
 }
 
-ColorConversion& Colors::keep(ColorFacts facts, int kind)
+ColorConversion& Colors::keep(const ColorFacts& facts, int kind)
 {
     auto& made = m_made[{kind, facts.depth}];
     if (made == nullptr) {
@@ -250,7 +250,7 @@ ColorConversion& Colors::of(const PictureSource& picture)
     facts.mode = picture.mode;
     facts.depth = picture.depth;
     facts.colors = static_cast<int>(picture.colors.size());
-    return keep(std::move(facts), static_cast<int>(picture.mode));
+    return keep(facts, static_cast<int>(picture.mode));
 }
 
 ColorConversion& Colors::plain(int depth)
@@ -259,7 +259,7 @@ ColorConversion& Colors::plain(int depth)
     facts.mode = depth == 1 ? ColorMode::Bitmap : ColorMode::Grayscale;
     facts.depth = depth;
     facts.areAmounts = true;
-    return keep(std::move(facts), -1);
+    return keep(facts, -1);
 }
 
 PictureReader::PictureReader(SourceFiles& files, const PictureSource& picture,
@@ -326,7 +326,7 @@ void PictureReader::skipRows(std::int32_t count)
 
 void PictureReader::takeOffWhite()
 {
-    const std::size_t columns = static_cast<std::size_t>(m_picture.columns);
+    const auto columns = static_cast<std::size_t>(m_picture.columns);
     for (std::size_t i = 0; i < columns * m_colors.size(); ++i) {
         const std::size_t x = i % columns;
         std::uint8_t* sample = m_samples.data() + i / columns * m_stride;

@@ -55,7 +55,7 @@ public:
     ColorConversion& plain(int depth);
 
 private:
-    ColorConversion& keep(ColorFacts facts, int kind);
+    ColorConversion& keep(const ColorFacts& facts, int kind);
 
     ColorFacts m_facts;
     std::map<std::pair<int, int>, std::unique_ptr<ColorConversion>> m_made;

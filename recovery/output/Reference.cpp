@@ -209,6 +209,7 @@ void Reference::putInOrder()
     std::stable_sort(order.begin(), order.end(),
                      [](const auto& a, const auto& b) { return a.first < b.first; });
     std::vector<Layer> layers;
+    layers.reserve(order.size());
     for (const auto& [unused, index] : order) {
         layers.push_back(std::move(m_document.layers[index]));
     }

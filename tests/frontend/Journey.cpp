@@ -81,7 +81,7 @@ QByteArray Journey::document(quint32 width, quint32 height)
         appendNumber(bytes, 0);
     }
     bytes.append(2, '\0');
-    return bytes.append(static_cast<qsizetype>(3 * width * height), 'p');
+    return bytes.append(qsizetype{3} * width * height, 'p');
 }
 
 QString Journey::writeDocument(const QString& name) const

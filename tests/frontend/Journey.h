@@ -13,6 +13,7 @@
 #include <ostream>
 
 /// Failures show texts as texts.
+// NOLINTNEXTLINE(readability-identifier-naming): the test library looks for this name
 inline void PrintTo(const QString& text, std::ostream* stream)
 {
     *stream << '"' << text.toStdString() << '"';

@@ -47,7 +47,7 @@ TemporaryFolder::~TemporaryFolder()
 
 std::string TemporaryFolder::write(const std::string& name, const Bytes& contents) const
 {
-    const std::string path = pathOf(name);
+    std::string path = pathOf(name);
     if (!writeFile(path, contents)) {
         throw std::system_error(errno, std::generic_category(), path);
     }

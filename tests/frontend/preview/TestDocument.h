@@ -68,7 +68,7 @@ void putNumber(Bytes& bytes, std::size_t offset, std::uint64_t value, int count)
 class TestFolder
 {
 public:
-    QString write(const QString& name, const Bytes& bytes) const;
+    [[nodiscard]] QString write(const QString& name, const Bytes& bytes) const;
     [[nodiscard]] QString path(const QString& name) const { return m_folder.filePath(name); }
 
 private:
