@@ -52,7 +52,7 @@ private:
 void require(bool holds, const char* what)
 {
     if (!holds) {
-        std::fprintf(stderr, "%s\n", what);
+        static_cast<void>(std::fprintf(stderr, "%s\n", what));
         std::abort();
     }
 }

@@ -183,7 +183,8 @@ void run(const std::string& folder, const talvek::bench::LargeDocument& shape)
 int main(int argc, char** argv)
 {
     if (argc != 2 && argc != 4) {
-        std::fprintf(stderr, "usage: recovery-bench FOLDER [MEBIBYTES LAYERS]\n");
+        static_cast<void>(
+            std::fprintf(stderr, "usage: recovery-bench FOLDER [MEBIBYTES LAYERS]\n"));
         return 2;
     }
     try {
@@ -194,7 +195,7 @@ int main(int argc, char** argv)
         }
         run(argv[1], shape);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s\n", error.what());
+        static_cast<void>(std::fprintf(stderr, "%s\n", error.what()));
         return 1;
     }
     return 0;
