@@ -11,7 +11,6 @@ namespace talvek::recovery {
 namespace {
 
 constexpr std::size_t kMostRanges = 4096;
-constexpr std::size_t kMostFiles = 4096;
 constexpr std::int64_t kMostNameLetters = 1024;
 constexpr std::int64_t kMostDescription = 1 << 20;
 
@@ -23,6 +22,15 @@ bool isLinkKey(std::uint32_t blockKey)
 bool isEntry(SourceBytes& source, std::int64_t offset)
 {
     return source.u32(offset + 8) == key("liFD");
+}
+
+/// The file's stated length can be a lie; the next entry shows where it ends at the latest.
+void endBefore(EmbeddedFile& file, std::int64_t next)
+{
+    if (file.data.end() > next) {
+        file.data.length = std::max<std::int64_t>(0, next - file.data.offset);
+        file.state = file.data.length > 0 ? State::Partial : State::Lost;
+    }
 }
 
 /// The block at `offset` holds entries. Its length takes four bytes, or eight in a large document.
@@ -81,7 +89,7 @@ public:
         const auto bytes = static_cast<std::int64_t>(length);
         const std::int64_t start = described ? behindDescription(at + 17, bytes) : at + 17;
         file.data = {start, std::clamp<std::int64_t>(m_limit - start, 0, bytes), 0};
-        file.state = file.data.length == bytes ? State::Whole
+        file.state = file.data.length == bytes ? State::Unproved
                      : file.data.length > 0    ? State::Partial
                                                : State::Lost;
         return file;
@@ -154,15 +162,18 @@ std::vector<EmbeddedFile> findEmbedded(SourceBytes& source, const std::vector<By
     std::vector<EmbeddedFile> files;
     for (const ByteRange& range : ranges) {
         std::int64_t at = range.offset;
-        while (at < range.end() && isEntry(source, at) && files.size() < kMostFiles) {
+        while (at < range.end() && isEntry(source, at) && files.size() < kMostEmbeddedFiles) {
             Entry entry(source, at, range.end());
-            if (auto file = entry.read()) {
-                files.push_back(std::move(*file));
-            }
             // Entries are padded to four bytes.
             std::int64_t next = entry.end();
             while (next < range.end() && next < entry.end() + 4 && !isEntry(source, next)) {
                 ++next;
+            }
+            if (auto file = entry.read()) {
+                if (next < range.end() && isEntry(source, next)) {
+                    endBefore(*file, next);
+                }
+                files.push_back(std::move(*file));
             }
             at = std::max(next, at + 16);
         }

@@ -1,6 +1,8 @@
 #include "recovery/Examination.h"
 
 #include "recovery/ChangedBytes.h"
+#include "recovery/DoubleRecords.h"
+#include "recovery/EmbeddedCheck.h"
 #include "recovery/EmbeddedFinder.h"
 #include "recovery/FileKind.h"
 #include "recovery/HeaderCheck.h"
@@ -32,6 +34,7 @@ RecoveredDocument Examination::run(const std::string& path)
         m_document.facts.origin = HeaderOrigin::Unknown;
         return std::move(m_document);
     }
+    findEmbeddedFiles();
     findRecords();
     tell();
     findHeader();
@@ -53,6 +56,7 @@ RecoveredDocument Examination::run(const std::string& path)
     tell();
     carvePlanes();
     doubtPlanes();
+    dropDoubles(m_found.records, m_document.layers);
     countLayers();
     tell();
     limitLostRows(m_document, m_source.size());
@@ -82,12 +86,31 @@ void Examination::indexSignatures()
     });
 }
 
+void Examination::findEmbeddedFiles()
+{
+    m_embedded = embeddedRanges(m_source, m_index);
+    auto& files = m_document.embedded;
+    files = findEmbedded(m_source, m_embedded);
+    for (EmbeddedFile& file : files) {
+        // Before anything else is in memory, as an embedded document takes as much as this one.
+        file.state = m_isEmbedded ? file.state : checkEmbedded(m_source, file, m_control);
+    }
+    if (files.size() >= kMostEmbeddedFiles) {
+        m_document.missing.push_back("Embedded files were looked for up to the first " +
+                                     std::to_string(kMostEmbeddedFiles) + ".");
+    }
+}
+
 void Examination::findRecords()
 {
     m_progress("Looking for layers", 0.3);
-    m_embedded = embeddedRanges(m_source, m_index);
-    m_document.embedded = findEmbedded(m_source, m_embedded);
     m_found = recovery::findRecords(m_source, m_index, m_embedded, m_control);
+    if (m_found.isLimited) {
+        m_document.missing.push_back("More layers or channels than a document can have were met; "
+                                     "the first " +
+                                     std::to_string(m_found.records.size()) +
+                                     " layers were looked at.");
+    }
     dropForeignRecords(m_source, m_found.records);
 }
 
@@ -146,6 +169,11 @@ void Examination::findResources()
     m_resources.emplace(m_source, m_index);
     m_resources->run(from, to);
     m_document.resources = m_resources->resources();
+    if (m_resources->isLimited()) {
+        m_document.missing.push_back("More image resources than a document has were met; the "
+                                     "first " +
+                                     std::to_string(ResourceFinder::kMost) + " were looked at.");
+    }
     m_document.resourcesAreWhole =
         m_hasHeader && m_resources->areWhole(m_sections.resourcesStart, m_sections.resourcesEnd);
     m_document.statedLayers = statedLayerCount(*m_resources);

@@ -41,6 +41,10 @@ public:
         m_listener = std::move(listener);
     }
 
+    /// Embedded documents are examined as well, unless this is one: what is embedded in them is
+    /// only found then, and not looked into.
+    void setIsEmbedded() { m_isEmbedded = true; }
+
     /// @param path  noted as the document's source; not opened
     RecoveredDocument run(const std::string& path);
 
@@ -48,6 +52,7 @@ private:
     void tell();
     void indexSignatures();
     void findRecords();
+    void findEmbeddedFiles();
     void findHeader();
     void checkHeader();
     void findResources();
@@ -86,6 +91,7 @@ private:
     SignatureIndex m_index;
     std::vector<ByteRange> m_embedded;
     FoundRecords m_found;
+    bool m_isEmbedded = false;
     bool m_hasHeader = false;
     std::int32_t m_statedWidth = 0; ///< by a header that is not believed; 0 none
     std::int32_t m_statedHeight = 0;

@@ -17,26 +17,49 @@ bool isInside(const std::vector<ByteRange>& ranges, std::int64_t offset)
 
 /// A record cannot begin before the one that ends behind its start: of two that overlap, the one
 /// with more channels is the better proved.
-void keepBetter(std::vector<LayerRecord>& records, LayerRecord&& record)
+class Keeper
 {
-    if (!records.empty() && record.start < records.back().signature + 16) {
-        if (record.entries.size() > records.back().entries.size()) {
-            records.back() = std::move(record);
+public:
+    void keepBetter(LayerRecord&& record)
+    {
+        const std::size_t count = record.entries.size();
+        const bool overlaps = !m_records.empty() && record.start < m_records.back().signature + 16;
+        const std::size_t former = overlaps ? m_records.back().entries.size() : 0;
+        if (overlaps && count <= former) {
+            return;
         }
-        return;
+        if ((!overlaps && m_records.size() >= FoundRecords::kMost) ||
+            m_channels - former + count > FoundRecords::kMostChannels) {
+            m_isLimited = true;
+            return;
+        }
+        m_channels += count - former;
+        if (overlaps) {
+            m_records.back() = std::move(record);
+        } else {
+            m_records.push_back(std::move(record));
+        }
     }
-    if (records.size() < FoundRecords::kMost) {
-        records.push_back(std::move(record));
+    [[nodiscard]] std::size_t channels() const { return m_channels; }
+    FoundRecords take(bool areLarge)
+    {
+        return {std::move(m_records), areLarge, m_isLimited};
     }
-}
 
-std::size_t channelsOf(const std::vector<LayerRecord>& records)
+private:
+    std::vector<LayerRecord> m_records;
+    std::size_t m_channels = 0;
+    bool m_isLimited = false;
+};
+
+/// A sound record's bytes are carried over as they are: a list of its blocks is dispensable.
+void limitBlocks(LayerRecord& record, std::size_t& left)
 {
-    std::size_t channels = 0;
-    for (const LayerRecord& record : records) {
-        channels += record.entries.size();
+    if (record.layer.blocks.size() > left) {
+        record.layer.blocks.resize(left);
     }
-    return channels;
+    record.layer.blocks.shrink_to_fit();
+    left -= record.layer.blocks.size();
 }
 
 } // namespace
@@ -44,8 +67,8 @@ std::size_t channelsOf(const std::vector<LayerRecord>& records)
 FoundRecords findRecords(SourceBytes& source, const SignatureIndex& index,
                          const std::vector<ByteRange>& embedded, const RunControl& control)
 {
-    std::vector<LayerRecord> small;
-    std::vector<LayerRecord> large;
+    Keeper small;
+    Keeper large;
     for (const std::int64_t signature : index.blocks()) {
         if (control.isStoppedAfterPause()) {
             break;
@@ -54,18 +77,19 @@ FoundRecords findRecords(SourceBytes& source, const SignatureIndex& index,
             continue;
         }
         if (auto record = readRecordHead(source, signature, false)) {
-            keepBetter(small, std::move(*record));
+            small.keepBetter(std::move(*record));
         }
         if (auto record = readRecordHead(source, signature, true)) {
-            keepBetter(large, std::move(*record));
+            large.keepBetter(std::move(*record));
         }
     }
-    FoundRecords found;
-    found.isLarge = channelsOf(large) > channelsOf(small);
-    found.records = std::move(found.isLarge ? large : small);
+    const bool areLarge = large.channels() > small.channels();
+    FoundRecords found = (areLarge ? large : small).take(areLarge);
     auto& records = found.records;
+    std::size_t blocksLeft = FoundRecords::kMostBlocks;
     for (std::size_t i = 0; i < records.size(); ++i) {
         readRecordExtra(source, records[i], i + 1 < records.size() ? records[i + 1].start : -1);
+        limitBlocks(records[i], blocksLeft);
     }
     return found;
 }

@@ -13,9 +13,14 @@ struct FoundRecords
 {
     /// As many as a document can count.
     static constexpr std::size_t kMost = 32767;
+    /// Of all records together. Programs write at most 8,000 layers, of six or seven channels.
+    static constexpr std::size_t kMostChannels = 1U << 17U;
+    /// Tagged blocks of all records together. A record that is sound keeps its bytes even so.
+    static constexpr std::size_t kMostBlocks = 1U << 18U;
 
     std::vector<LayerRecord> records;
-    bool isLarge = false; ///< the lists are those of a large document
+    bool isLarge = false;   ///< the lists are those of a large document
+    bool isLimited = false; ///< there were more of them, or of their channels, than are kept
 };
 
 /// Finds every record by its channel list, at any signature outside `embedded`.

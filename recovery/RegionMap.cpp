@@ -115,6 +115,27 @@ std::string flattened(const RecoveredDocument& document)
                                      "adjustments, vector masks and some blend modes";
 }
 
+void addEmbedded(const RecoveredDocument& document, std::vector<std::string>& missing)
+{
+    constexpr std::size_t kMostNamed = 5;
+    std::vector<std::string> damaged;
+    for (const EmbeddedFile& file : document.embedded) {
+        if (file.state >= State::Partial) {
+            damaged.push_back(file.name);
+        }
+    }
+    if (damaged.empty()) {
+        return;
+    }
+    std::string names;
+    for (std::size_t i = 0; i < std::min(damaged.size(), kMostNamed); ++i) {
+        names += (i == 0 ? "" : ", ") + damaged[i];
+    }
+    missing.push_back(
+        counted(static_cast<std::int64_t>(damaged.size()), "embedded file is", "embedded files are") +
+        " damaged: " + names + (damaged.size() > kMostNamed ? " and others." : "."));
+}
+
 } // namespace
 
 std::vector<Region> mapRegions(const RecoveredDocument& document, SourceBytes& source)
@@ -122,16 +143,15 @@ std::vector<Region> mapRegions(const RecoveredDocument& document, SourceBytes& s
     return Map(document, source).run();
 }
 
-void noteMissing(RecoveredDocument& document)
+std::vector<std::string> missingIn(const RecoveredDocument& document)
 {
     std::int64_t found = 0;
     std::int64_t brackets = 0;
     for (const Layer& layer : document.layers) {
         found += layer.hasRecord && !layer.inferred ? 1 : 0;
         brackets += layer.inferred ? 1 : 0;
-        document.recordsWithoutPlanes += layer.hasRecord && layer.state == State::Lost ? 1 : 0;
     }
-    auto& missing = document.missing;
+    std::vector<std::string> missing;
     if (document.facts.origin == HeaderOrigin::Rebuilt) {
         missing.emplace_back("The header is lost or damaged; it was worked out from the rest.");
     } else if (document.facts.origin == HeaderOrigin::Unknown) {
@@ -166,6 +186,26 @@ void noteMissing(RecoveredDocument& document)
     if (document.composite.channels.empty()) {
         missing.emplace_back("The merged picture is lost" + flattened(document) + ".");
     }
+    addEmbedded(document, missing);
+    return missing;
+}
+
+void noteMissing(RecoveredDocument& document)
+{
+    noteMissingAgain(document, {});
+}
+
+void noteMissingAgain(RecoveredDocument& document, const std::vector<std::string>& before)
+{
+    document.recordsWithoutPlanes = 0;
+    for (const Layer& layer : document.layers) {
+        document.recordsWithoutPlanes += layer.hasRecord && layer.state == State::Lost ? 1 : 0;
+    }
+    std::erase_if(document.missing, [&before](const std::string& sentence) {
+        return std::find(before.begin(), before.end(), sentence) != before.end();
+    });
+    const auto now = missingIn(document);
+    document.missing.insert(document.missing.end(), now.begin(), now.end());
 }
 
 } // namespace talvek::recovery

@@ -44,6 +44,10 @@ void ResourceFinder::run(std::int64_t from, std::int64_t to)
         // Blocks of other signatures are reached from the one before them.
         auto resource = resourceAt(at, to);
         while (resource) {
+            if (m_resources.size() >= kMost) {
+                m_isLimited = true;
+                return;
+            }
             behind = resource->whole.end();
             m_resources.push_back(*resource);
             resource = resourceAt(behind, to);

@@ -14,6 +14,9 @@ namespace talvek::recovery {
 class ResourceFinder
 {
 public:
+    /// More than documents have; what is behind them is left alone, and memory is bounded.
+    static constexpr std::size_t kMost = 1U << 14U;
+
     ResourceFinder(SourceBytes& source, const SignatureIndex& index)
         : m_source(source), m_index(index)
     {}
@@ -23,6 +26,8 @@ public:
     void run(std::int64_t from, std::int64_t to);
 
     [[nodiscard]] const std::vector<Resource>& resources() const { return m_resources; }
+    /// There were more than `kMost`.
+    [[nodiscard]] bool isLimited() const { return m_isLimited; }
     [[nodiscard]] const Resource* find(std::uint16_t id) const;
     /// One follows the other, without a gap, from the section's stated beginning on.
     /// @param end  of the section, as stated; -1 if it cannot be
@@ -36,6 +41,7 @@ private:
     SourceBytes& m_source;
     const SignatureIndex& m_index;
     std::vector<Resource> m_resources;
+    bool m_isLimited = false;
 };
 
 /// The thumbnail in its resource, if its own sizes agree.

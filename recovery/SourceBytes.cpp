@@ -19,6 +19,13 @@ SourceBytes::SourceBytes(ReadingFileHandle& handle)
     : m_handle(handle), m_size(handle.size()), m_blocks(kBlocks)
 {}
 
+SourceBytes::SourceBytes(const SourceBytes& whole, std::int64_t start, std::int64_t length)
+    : m_handle(whole.m_handle),
+      m_start(whole.m_start + std::clamp<std::int64_t>(start, 0, whole.m_size)),
+      m_size(std::clamp<std::int64_t>(length, 0, whole.m_start + whole.m_size - m_start)),
+      m_blocks(kBlocks)
+{}
+
 std::span<const std::uint8_t> SourceBytes::at(std::int64_t offset, std::size_t count)
 {
     assert(count <= kMostView);
@@ -62,7 +69,7 @@ SourceBytes::Block& SourceBytes::blockOf(std::int64_t index)
         if (block.bytes.size() < wanted) {
             block.bytes.resize(wanted);
         }
-        block.held = m_handle.read(start, std::span(block.bytes).first(wanted));
+        block.held = m_handle.read(m_start + start, std::span(block.bytes).first(wanted));
         block.index = index;
     }
     block.used = ++m_clock;

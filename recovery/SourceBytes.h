@@ -25,6 +25,9 @@ public:
     static constexpr std::size_t kMostView = 64U << 10U;
 
     explicit SourceBytes(ReadingFileHandle& handle);
+    /// A part of another source as if it were a file of its own: offsets count from `start`. What
+    /// of it lies outside the other source is left away. The other source's handle outlives it.
+    SourceBytes(const SourceBytes& whole, std::int64_t start, std::int64_t length);
 
     /// As it was when the source was made, in bytes.
     [[nodiscard]] std::int64_t size() const { return m_size; }
@@ -46,7 +49,7 @@ public:
     /// The first offset at or behind `offset` that is not known to be in a hole of the file.
     [[nodiscard]] std::int64_t nextData(std::int64_t offset) const
     {
-        return m_handle.nextData(offset);
+        return m_handle.nextData(m_start + offset) - m_start;
     }
 
 private:
@@ -66,6 +69,7 @@ private:
     Block& blockOf(std::int64_t index);
 
     ReadingFileHandle& m_handle;
+    std::int64_t m_start = 0; ///< in the handle's file
     std::int64_t m_size;
     std::uint64_t m_clock = 0;
     std::size_t m_last = 0;

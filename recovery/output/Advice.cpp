@@ -10,11 +10,6 @@ namespace {
 
 void addDocumentParts(const RecoveredDocument& document, std::vector<std::string>& pieces)
 {
-    for (const EmbeddedFile& file : document.embedded) {
-        if (file.state == State::Partial || file.state == State::Lost) {
-            pieces.push_back("The smart object's source file \"" + file.name + "\" is not whole.");
-        }
-    }
     const auto mode = document.facts.mode;
     const bool wantsProfile = mode == ColorMode::Cmyk || mode == ColorMode::Lab;
     if (wantsProfile && document.profile.length == 0 && outcome(document) != Outcome::Nothing) {

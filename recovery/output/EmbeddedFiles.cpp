@@ -71,7 +71,7 @@ writeEmbeddedFiles(FileManager& files, const RecoveredDocument& document, Source
         if (copied < 0 || !file.close()) {
             return std::nullopt;
         }
-        output.isShort = copied < embedded.data.length || embedded.state != State::Whole;
+        output.isShort = copied < embedded.data.length || embedded.state >= State::Partial;
         if (recover && isDocument(embedded, sources)) {
             const std::string name = names.take(recoveredName(lastPathComponent(path)));
             const std::string to = "Embedded/" + name;

@@ -1,18 +1,20 @@
 // The run, in order:
-//  1. the header, where it is lost
-//  2. layers are matched: by id with name or place, by name and place, by a name that is alone
+//  1. layers are matched: by id with name or place, by name and place
+//  2. a copy of another document ends the run; the header is taken, where it is lost
 //  3. layers without a record get one, if their pixels are those of a layer of the copy; then other
 //     parts that are not pixels are taken, where they are lost
 //  4. layers that the document lost without a trace are taken whole
 //  5. lost planes and rows are taken, where what is left agrees
 //  6. the merged picture likewise
 //  7. the layers are put into the copy's order, and groups balanced
+//  8. what is missing is said anew
 
 #include "recovery/output/Reference.h"
 
 #include "platform/PathString.h"
 #include "recovery/Examination.h"
 #include "recovery/LayerBuilder.h"
+#include "recovery/RegionMap.h"
 #include "recovery/output/MovedRanges.h"
 #include "recovery/output/Verdict.h"
 
@@ -21,6 +23,16 @@
 #include <utility>
 
 namespace talvek::recovery::output {
+
+namespace {
+
+/// Some of the channel was found; colours that were not are filled in as lost ones.
+bool isThere(const Channel& channel)
+{
+    return !channel.plane.runs.empty();
+}
+
+} // namespace
 
 Reference::Reference(FileManager& files, RecoveredDocument& document,
                      const RecoveredDocument& older, const RunControl& control)
@@ -40,17 +52,22 @@ std::vector<std::string> Reference::run()
     }
     addSources();
     m_lacksLayers = lacksLayers();
-    takeHeader();
     matchLayers();
-    matchByPixels();
-    if (isOfAnother()) {
+    if (!isOfSameDocument()) {
+        m_document.missing.push_back("Nothing was taken from \"" + m_name +
+                                     "\": nothing shows that it is a copy of this document.");
         return {};
     }
+    const auto missingBefore = missingIn(m_document);
+    takeHeader();
+    matchByPixels();
     takeParts();
     takeMissingLayers();
     takePlanes();
     takeComposite();
     putInOrder();
+    countStrays();
+    noteMissingAgain(m_document, missingBefore);
     m_document.nothingLeft = m_document.nothingLeft && m_taken.empty();
     return std::move(m_taken);
 }
@@ -87,23 +104,62 @@ void Reference::takeHeader()
     say("The header (size, colour mode, depth)");
 }
 
-/// A canvas can have been cut since, and most documents have a "Background": names alone say
-/// little.
-bool Reference::isOfAnother() const
+/// Most documents have a "Background": a name alone says little.
+bool Reference::sharesLayer() const
+{
+    return std::any_of(m_matches.begin(), m_matches.end(), [this](const Match& match) {
+        const Layer& one = m_document.layers[match.ours];
+        const Layer& other = m_older.layers[match.theirs];
+        const bool isKnown = one.name == other.name || (one.id && one.id == other.id);
+        return isKnown && one.hasPixels() && one.bounds.rows() == other.bounds.rows() &&
+               one.bounds.columns() == other.bounds.columns();
+    });
+}
+
+/// The picture, or a plane that was found without a record, is there in both.
+bool Reference::sharesPixels()
+{
+    const auto areAnyAlike = [this](const std::vector<Channel>& ours,
+                                    const std::vector<Channel>& theirs) {
+        return std::any_of(ours.begin(), ours.end(), [&](const Channel& our) {
+            return std::any_of(theirs.begin(), theirs.end(), [&](const Channel& their) {
+                return compare(*m_sources, our.plane, their.plane, m_control) == Evidence::Agrees;
+            });
+        });
+    };
+    if (areAnyAlike(m_document.composite.channels, m_older.composite.channels)) {
+        return true;
+    }
+    return std::any_of(m_document.layers.begin(), m_document.layers.end(), [&](const Layer& our) {
+        return !our.hasRecord &&
+               std::any_of(m_older.layers.begin(), m_older.layers.end(), [&](const Layer& their) {
+                   return areAnyAlike(our.channels, their.channels);
+               });
+    });
+}
+
+bool Reference::isSameCanvas() const
 {
     const DocumentFacts& ours = m_document.facts;
     const DocumentFacts& theirs = m_older.facts;
-    const bool isSameCanvas =
-        ours.origin != HeaderOrigin::Header ||
-        (ours.width == theirs.width && ours.height == theirs.height && ours.mode == theirs.mode);
-    return !isSameCanvas &&
-           std::none_of(m_matches.begin(), m_matches.end(), [this](const Match& match) {
-               const Layer& one = m_document.layers[match.ours];
-               const Layer& other = m_older.layers[match.theirs];
-               return one.name == other.name && one.hasPixels() &&
-                      one.bounds.rows() == other.bounds.rows() &&
-                      one.bounds.columns() == other.bounds.columns();
-           });
+    return ours.width == theirs.width && ours.height == theirs.height && ours.mode == theirs.mode;
+}
+
+/// A canvas can have been cut since. One that was worked out can be another document's as well,
+/// if there are layers in both and none is known again.
+bool Reference::isOfSameDocument()
+{
+    const auto hasNamedLayers = [](const RecoveredDocument& document) {
+        return std::any_of(document.layers.begin(), document.layers.end(),
+                           [](const Layer& layer) { return layer.hasRecord && layer.hasPixels(); });
+    };
+    const HeaderOrigin origin = m_document.facts.origin;
+    const bool isEmpty = m_document.layers.empty() && m_document.composite.channels.empty();
+    const bool contradicts = origin != HeaderOrigin::Header && hasNamedLayers(m_document) &&
+                             hasNamedLayers(m_older);
+    const bool hasCanvas = origin != HeaderOrigin::Unknown && isSameCanvas() && !contradicts;
+    const bool isLost = origin != HeaderOrigin::Header;
+    return hasCanvas || (isLost && isEmpty) || sharesLayer() || sharesPixels();
 }
 
 void Reference::takePart(ByteRange& ours, const ByteRange& theirs, const char* name)
@@ -169,17 +225,30 @@ void Reference::takeComposite()
 }
 
 /// A group of layers without a record is of no use when all of them have got one.
-void Reference::dropEmptiedGroup()
+void Reference::dropEmptiedGroups()
 {
     auto& layers = m_document.layers;
-    for (std::size_t i = 0; i + 1 < layers.size(); ++i) {
-        const bool isEmptied = layers[i].inferred && layers[i].group == Group::End &&
-                               layers[i + 1].inferred && layers[i + 1].isDivider() &&
-                               layers[i + 1].group != Group::End;
+    const auto isMadeUp = [](const Layer& layer) { return !layer.hasRecord && layer.isDivider(); };
+    for (std::size_t i = 0; i + 1 < layers.size();) {
+        const bool isEmptied = isMadeUp(layers[i]) && layers[i].group == Group::End &&
+                               isMadeUp(layers[i + 1]) && layers[i + 1].group != Group::End;
         if (isEmptied) {
             const auto first = layers.begin() + static_cast<std::ptrdiff_t>(i);
             layers.erase(first, first + 2);
-            return;
+            i = i > 0 ? i - 1 : 0; // Around it may be another one.
+        } else {
+            ++i;
+        }
+    }
+}
+
+void Reference::countStrays()
+{
+    m_document.planesWithoutRecord = 0;
+    for (const Layer& layer : m_document.layers) {
+        if (!layer.hasRecord && !layer.isDivider()) {
+            m_document.planesWithoutRecord += static_cast<std::int32_t>(
+                std::count_if(layer.channels.begin(), layer.channels.end(), isThere));
         }
     }
 }
@@ -201,7 +270,8 @@ void Reference::putInOrder()
         const Layer& layer = m_document.layers[i];
         const auto known = theirsOf.find(i);
         place = known != theirsOf.end() ? known->second + 1 : place;
-        if (!layer.hasRecord && !layer.isDivider() && layer.channels.empty()) {
+        if (!layer.hasRecord && !layer.isDivider() &&
+            std::none_of(layer.channels.begin(), layer.channels.end(), isThere)) {
             continue;
         }
         order.emplace_back(layer.hasRecord ? place : m_older.layers.size() + 1, i);
@@ -214,7 +284,7 @@ void Reference::putInOrder()
         layers.push_back(std::move(m_document.layers[index]));
     }
     m_document.layers = std::move(layers);
-    dropEmptiedGroup();
+    dropEmptiedGroups();
     balanceGroups(m_document.layers);
 }
 

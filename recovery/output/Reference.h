@@ -21,7 +21,8 @@ namespace talvek::recovery::output {
 /// same, or the layer has changed since and is left as it is. Where nothing is left to compare, a
 /// layer's pixels are taken as a whole and called unproved. Layers are matched by their ids, names
 /// and bounds; layers without a record by their pixels. A copy that shares neither the canvas nor a
-/// layer is one of another document, and gives nothing.
+/// layer is one of another document, and gives nothing. Where the document's own header is lost, its
+/// canvas says little, and the copy must show that it is of the same document.
 class Reference
 {
 public:
@@ -43,7 +44,10 @@ private:
 
     void addSources();
     void takeHeader();
-    [[nodiscard]] bool isOfAnother() const;
+    [[nodiscard]] bool isOfSameDocument();
+    [[nodiscard]] bool sharesLayer() const;
+    [[nodiscard]] bool sharesPixels();
+    [[nodiscard]] bool isSameCanvas() const;
     void takeParts();
     void takePart(ByteRange& ours, const ByteRange& theirs, const char* name);
     void matchLayers();
@@ -58,7 +62,8 @@ private:
     bool takeGroup(Layer& ours, const Layer& theirs, bool masks);
     void takeMissingLayers();
     [[nodiscard]] bool lacksLayers() const;
-    void dropEmptiedGroup();
+    void dropEmptiedGroups();
+    void countStrays();
     [[nodiscard]] std::vector<bool> brackets(const std::vector<bool>& isMissing) const;
     void putInOrder();
     void takeComposite();

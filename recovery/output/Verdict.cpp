@@ -90,12 +90,12 @@ std::string compositeClause(const Composite& composite)
 }
 
 /// Documents may have had no layers at all: then the merged picture is the whole of it.
-std::string flatVerdict(const RecoveredDocument& document)
+std::string flatClause(const RecoveredDocument& document)
 {
     const std::string layers =
         document.layersMayBeLost || document.composite.state == State::Partial
-            ? "; no layers were found."
-            : "; the document has no layers.";
+            ? "; no layers were found"
+            : "; the document has no layers";
     switch (document.composite.state) {
     case State::Whole:
         return "The picture is back whole" + layers;
@@ -104,6 +104,20 @@ std::string flatVerdict(const RecoveredDocument& document)
     default:
         return "The picture is back in part" + layers;
     }
+}
+
+std::int64_t damagedFiles(const RecoveredDocument& document)
+{
+    return std::count_if(document.embedded.begin(), document.embedded.end(),
+                         [](const EmbeddedFile& file) { return file.state >= State::Partial; });
+}
+
+std::string embeddedClause(const RecoveredDocument& document)
+{
+    const std::int64_t damaged = damagedFiles(document);
+    return damaged == 0   ? ""
+           : damaged == 1 ? "; 1 embedded file is damaged"
+                          : "; " + std::to_string(damaged) + " embedded files are damaged";
 }
 
 } // namespace
@@ -141,7 +155,7 @@ Outcome outcome(const RecoveredDocument& document)
     }
     const bool compositeDamaged =
         document.composite.state == State::Partial || document.composite.state == State::Lost;
-    const bool damaged = count.partial + count.lost + count.gone > 0 ||
+    const bool damaged = count.partial + count.lost + count.gone + damagedFiles(document) > 0 ||
                          document.composite.flattened || compositeDamaged ||
                          document.layersMayBeLost;
     return damaged ? Outcome::Damaged : Outcome::Complete;
@@ -157,10 +171,10 @@ std::string verdict(const RecoveredDocument& document)
         return "Neither layers nor a picture could be found in this file.";
     }
     const LayerTally count = tally(document);
-    if (count.layers == 0 && count.gone == 0 && hasComposite(document)) {
-        return flatVerdict(document);
-    }
-    return layerClause(count) + compositeClause(document.composite) + ".";
+    const bool isFlat = count.layers == 0 && count.gone == 0 && hasComposite(document);
+    return (isFlat ? flatClause(document)
+                   : layerClause(count) + compositeClause(document.composite)) +
+           embeddedClause(document) + ".";
 }
 
 const char* wordFor(State state)
