@@ -92,19 +92,27 @@ private:
 
     void drop()
     {
-        std::vector<LayerRecord> records;
-        std::vector<Layer> layers;
+        std::size_t kept = 0;
+        std::size_t keptRecords = 0;
         for (std::size_t i = 0; i < m_layers.size(); ++i) {
             if (m_isDouble[i]) {
                 continue;
             }
-            layers.push_back(std::move(m_layers[i]));
             if (i < m_records.size()) {
-                records.push_back(std::move(m_records[i]));
+                moveTo(m_records, i, keptRecords++);
             }
+            moveTo(m_layers, i, kept++);
         }
-        m_records = std::move(records);
-        m_layers = std::move(layers);
+        m_records.resize(keptRecords);
+        m_layers.resize(kept);
+    }
+
+    template<typename Item>
+    static void moveTo(std::vector<Item>& items, std::size_t from, std::size_t to)
+    {
+        if (from != to) {
+            items[to] = std::move(items[from]);
+        }
     }
 
     std::vector<LayerRecord>& m_records;

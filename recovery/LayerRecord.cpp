@@ -22,6 +22,7 @@ constexpr std::int64_t kMostMaskBytes = 4096;
 constexpr std::int64_t kMostRangesBytes = 1 << 20;
 constexpr std::int64_t kMostNameLetters = 4096;
 constexpr std::int64_t kMostPadding = 3;
+constexpr std::size_t kMostBlocks = 1U << 14U;
 /// Behind the signature: key, opacity, clipping, flags, filler, length of the extra data.
 constexpr std::int64_t kExtraOffset = 16;
 
@@ -201,7 +202,9 @@ private:
             const bool leads = block && (m_limit - block->whole.end() < 12 ||
                                          nextWithin(block->whole.end(), kMostPadding) >= 0);
             if (block && (leads || !skipGaps)) {
-                m_record.layer.blocks.push_back(*block);
+                if (m_record.layer.blocks.size() < kMostBlocks) {
+                    m_record.layer.blocks.push_back(*block);
+                }
                 readBlockMeaning(m_source, m_record.layer, *block);
                 m_at = block->whole.end();
                 continue;

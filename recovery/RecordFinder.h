@@ -16,7 +16,7 @@ struct FoundRecords
     /// Of all records together. Programs write at most 8,000 layers, of six or seven channels.
     static constexpr std::size_t kMostChannels = 1U << 17U;
     /// Tagged blocks of all records together. A record that is sound keeps its bytes even so.
-    static constexpr std::size_t kMostBlocks = 1U << 18U;
+    static constexpr std::size_t kMostBlocks = 1U << 17U;
 
     std::vector<LayerRecord> records;
     bool isLarge = false;   ///< the lists are those of a large document

@@ -1,54 +1,13 @@
 #include "recovery/EmbeddedFinder.h"
 
 #include "tests/recovery/Damaged.h"
+#include "tests/recovery/Embedded.h"
 
 #include <gtest/gtest.h>
 
 namespace talvek::test {
 
 using namespace recovery;
-
-void appendU64(Bytes& to, std::uint64_t value)
-{
-    appendU32(to, static_cast<std::uint32_t>(value >> 32U));
-    appendU32(to, static_cast<std::uint32_t>(value));
-}
-
-/// One entry of a linked-files block.
-Bytes entryOf(std::string_view name, const Bytes& data, std::uint64_t stated)
-{
-    Bytes body = bytesOf("liFD");
-    appendU32(body, 2);
-    body.push_back(3);
-    append(body, "uid");
-    appendU32(body, static_cast<std::uint32_t>(name.size()));
-    for (const char letter : name) {
-        appendU16(body, static_cast<std::uint8_t>(letter));
-    }
-    append(body, "8BPB");
-    append(body, "8BIM");
-    appendU64(body, stated);
-    body.push_back(0);
-    append(body, data);
-    Bytes entry;
-    appendU64(entry, body.size());
-    append(entry, body);
-    entry.resize((entry.size() + 3) / 4 * 4);
-    return entry;
-}
-
-Bytes entryOf(std::string_view name, const Bytes& data)
-{
-    return entryOf(name, data, data.size());
-}
-
-Bytes blockOf(const Bytes& entries, std::size_t stated)
-{
-    Bytes file = bytesOf("in front8BIMlnk2");
-    appendU32(file, static_cast<std::uint32_t>(stated));
-    append(file, entries);
-    return file;
-}
 
 std::vector<EmbeddedFile> filesIn(const Bytes& bytes)
 {
@@ -70,7 +29,7 @@ TEST(EmbeddedFinder, FindsEachFileWithItsName)
     EXPECT_EQ(files[0].type, "8BPB");
     EXPECT_EQ(files[0].data.length, 7);
     EXPECT_EQ(files[1].name, "b.png");
-    EXPECT_EQ(files[1].state, State::Whole);
+    EXPECT_EQ(files[1].state, State::Unproved);
 }
 
 TEST(EmbeddedFinder, AFileThatTheDocumentCutsShortIsPartial)
@@ -83,6 +42,30 @@ TEST(EmbeddedFinder, AFileThatTheDocumentCutsShortIsPartial)
     EXPECT_EQ(files[0].state, State::Partial);
     EXPECT_LT(files[0].data.length, 100);
     EXPECT_GT(files[0].data.length, 50);
+}
+
+TEST(EmbeddedFinder, AFileEndsBeforeTheNextOneBegins)
+{
+    Bytes entries = entryOf("a.ai", bytesOf("%PDF"), 50);
+    append(entries, entryOf("b.ai", bytesOf("%PDF-second, which is longer")));
+    const auto files = filesIn(blockOf(entries, entries.size()));
+    ASSERT_EQ(files.size(), 2U);
+    EXPECT_EQ(files[0].state, State::Partial);
+    EXPECT_LE(files[0].data.length, 8);
+    EXPECT_EQ(files[1].state, State::Unproved);
+}
+
+TEST(EmbeddedFinder, NoDocumentFillsAFolder)
+{
+    const Bytes entry = entryOf("a", bytesOf("x"));
+    Bytes entries;
+    for (std::size_t i = 0; i < kMostEmbeddedFiles + 10; ++i) {
+        append(entries, entry);
+    }
+    const Found found(threeLayers().globalBlock("lnk2", entries).build());
+    EXPECT_EQ(found.document().embedded.size(), kMostEmbeddedFiles);
+    ASSERT_FALSE(found.document().missing.empty());
+    EXPECT_EQ(found.document().missing[0], "Embedded files were looked for up to the first 4096.");
 }
 
 TEST(EmbeddedFinder, ALengthBeyondTheFileGivesNoFile)

@@ -115,4 +115,44 @@ TEST(RecordFinder, ChannelsWithoutBytesAreChannels)
     EXPECT_TRUE(records[1].layer.bounds.isEmpty());
 }
 
+TEST(RecordFinder, RecordsWithMoreChannelsThanDocumentsHaveAreBounded)
+{
+    Bytes record(16);
+    record[11] = record[15] = 100;
+    appendU16(record, 56);
+    for (int id = -1; id < 55; ++id) {
+        appendU16(record, static_cast<std::uint16_t>(id));
+        appendU32(record, 2);
+    }
+    append(record, bytesOf("8BIMnorm"));
+    appendU32(record, 0xFF000000);
+    appendU32(record, 0);
+    Bytes file = threeLayers().build().bytes;
+    for (std::size_t i = 0; i < FoundRecords::kMostChannels / 56 + 10; ++i) {
+        append(file, record);
+    }
+    const Found found(file);
+    std::size_t channels = 0;
+    for (const recovery::Layer& layer : found.document().layers) {
+        channels += layer.channels.size();
+    }
+    EXPECT_LE(channels, FoundRecords::kMostChannels);
+    ASSERT_FALSE(found.document().missing.empty());
+    EXPECT_EQ(found.document().missing[0].find("More layers or channels"), 0U);
+}
+
+TEST(RecordFinder, ABlockTooManyCostsARecordNothing)
+{
+    PsdBuilder builder = threeLayers();
+    builder.taggedBlock("abcd", {}).taggedBlock("lyid", {0, 0, 0, 9});
+    for (int i = 0; i < 20000; ++i) {
+        builder.taggedBlock("abcd", {});
+    }
+    const auto records = recordsIn(builder.build());
+    ASSERT_EQ(records.size(), 3U);
+    EXPECT_TRUE(records[2].endIsProved);
+    EXPECT_EQ(records[2].layer.id, 9U);
+    EXPECT_LT(records[2].layer.blocks.size(), 20000U);
+}
+
 } // namespace talvek::test

@@ -21,7 +21,7 @@ public:
     [[nodiscard]] std::string pathOf(const std::string& name) const { return m_path + "/" + name; }
 
     /// Writes a file into the folder. @return its path
-    [[nodiscard]] std::string write(const std::string& name, const Bytes& contents) const;
+    std::string write(const std::string& name, const Bytes& contents) const;
 
 private:
     std::string m_path;

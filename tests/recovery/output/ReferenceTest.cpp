@@ -1,5 +1,6 @@
 #include "recovery/output/Reference.h"
 
+#include "recovery/RegionMap.h"
 #include "tests/recovery/output/DocumentBuilder.h"
 
 #include <gtest/gtest.h>
@@ -26,6 +27,7 @@ protected:
     std::vector<std::string> run()
     {
         m_document = m_ours.build();
+        noteMissing(m_document);
         Reference reference(FileManager::defaultManager(), m_document, m_theirs.build(), m_control);
         return reference.run();
     }
@@ -41,6 +43,13 @@ protected:
         }
         return all;
     }
+    [[nodiscard]] bool isSaid(const std::string& sentence) const
+    {
+        const auto& missing = m_document.missing;
+        return std::find(missing.begin(), missing.end(), sentence) != missing.end();
+    }
+    /// The header is lost, and the canvas was worked out.
+    void loseHeader() { m_ours.document().facts.origin = HeaderOrigin::Rebuilt; }
     const Layer& layer(std::size_t index) { return m_document.layers.at(index); }
 
     TemporaryFolder m_ourFolder;
@@ -193,6 +202,87 @@ TEST_F(ReferenceTest, PartsThatAreLostAreTakenAndNamed)
     EXPECT_EQ(taken[0], "The colour profile from \"source.bin\"");
     EXPECT_EQ(m_document.profile.source, 1);
     EXPECT_EQ(m_document.xmp.source, 0);
+}
+
+TEST_F(ReferenceTest, WithoutAHeaderNothingIsTakenFromACopyThatSharesNothing)
+{
+    loseHeader();
+    addLayer(m_ours, "a", 3, 10);
+    addLayer(m_theirs, "b", 4, 90);
+    m_theirs.document().profile = m_theirs.store("profile");
+    EXPECT_TRUE(run().empty());
+    EXPECT_EQ(m_document.profile.length, 0);
+    EXPECT_EQ(m_document.facts.origin, HeaderOrigin::Rebuilt);
+    EXPECT_TRUE(isSaid("Nothing was taken from \"source.bin\": nothing shows that it is a copy of "
+                       "this document."));
+}
+
+TEST_F(ReferenceTest, WithoutAHeaderAnotherCanvasIsAnotherDocuments)
+{
+    loseHeader();
+    m_ours.composite({{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12}});
+    m_theirs.size(5, 3).document().xmp = m_theirs.store("xmp");
+    EXPECT_TRUE(run().empty());
+    EXPECT_EQ(m_document.xmp.length, 0);
+}
+
+TEST_F(ReferenceTest, ALayerOfTheSameNameAndSizeShowsTheSameDocument)
+{
+    loseHeader();
+    addLayer(m_ours, "a", 3, 10);
+    addLayer(m_theirs, "a", 3, 90);
+    m_theirs.size(5, 3).document().xmp = m_theirs.store("xmp");
+    EXPECT_EQ(run().size(), 1U);
+    EXPECT_EQ(m_document.xmp.source, 1);
+}
+
+TEST_F(ReferenceTest, RowsOfThePictureShowTheSameDocument)
+{
+    const Bytes picture{1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+    loseHeader();
+    addLayer(m_ours, "a", 3, 10);
+    m_ours.composite({picture});
+    addLayer(m_theirs, "b", 4, 90);
+    m_theirs.composite({picture}).document().xmp = m_theirs.store("xmp");
+    EXPECT_EQ(run().size(), 2U);
+    EXPECT_EQ(m_document.facts.origin, HeaderOrigin::Reference);
+    EXPECT_EQ(m_document.xmp.source, 1);
+}
+
+TEST_F(ReferenceTest, WhatIsMissingIsSaidOfTheResult)
+{
+    loseHeader();
+    addLayer(m_ours, "a", 3, 10);
+    m_ours.loseRows(0, 3);
+    m_ours.document().layers[0].state = State::Lost;
+    m_ours.document().missing = {"Something else."};
+    addLayer(m_theirs, "a", 3, 10);
+    EXPECT_EQ(run().size(), 2U);
+    EXPECT_EQ(m_document.recordsWithoutPlanes, 0);
+    EXPECT_EQ(m_document.missing,
+              (std::vector<std::string>{"Something else.", "The merged picture is lost."}));
+}
+
+TEST_F(ReferenceTest, AGroupThatGaveAllItsPixelsGoes)
+{
+    const auto bracket = [this](Group kind) {
+        m_ours.layer("Found without a record", {});
+        m_ours.document().layers.back().group = kind;
+        m_ours.document().layers.back().hasRecord = false;
+    };
+    bracket(Group::End);
+    addLayer(m_ours, "Recovered 1", 0, 10);
+    m_ours.channel(1, Bytes(12)).loseRows(0, 3); // A colour that was filled in.
+    m_ours.document().layers.back().id.reset();
+    m_ours.document().layers.back().hasRecord = false;
+    bracket(Group::Open);
+    m_ours.document().planesWithoutRecord = 1;
+    addLayer(m_theirs, "sky", 3, 10);
+    run();
+    ASSERT_EQ(m_document.layers.size(), 1U);
+    EXPECT_EQ(layer(0).name, "sky");
+    EXPECT_EQ(m_document.planesWithoutRecord, 0);
+    EXPECT_FALSE(isSaid("1 plane was found without a record."));
 }
 
 TEST_F(ReferenceTest, WhatTheDocumentNeverHadIsNotTaken)

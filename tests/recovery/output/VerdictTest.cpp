@@ -92,6 +92,18 @@ TEST(Verdict, GroupBracketsAreNoLayers)
     EXPECT_EQ(verdict(document), "The one layer is back, and the merged picture is whole.");
 }
 
+TEST(Verdict, ADamagedEmbeddedFileIsDamage)
+{
+    auto document = withLayers({State::Whole, State::Whole});
+    document.embedded.resize(3);
+    document.embedded[1].state = State::Unproved;
+    EXPECT_EQ(outcome(document), Outcome::Complete);
+    document.embedded[2].state = State::Partial;
+    EXPECT_EQ(outcome(document), Outcome::Damaged);
+    EXPECT_EQ(verdict(document), "All 2 layers are back, and the merged picture is whole; 1 "
+                                 "embedded file is damaged.");
+}
+
 TEST(Verdict, AFlatDocumentIsAPicture)
 {
     EXPECT_EQ(verdict(withLayers({})), "The picture is back whole; the document has no layers.");
