@@ -14,7 +14,7 @@ struct FoundRecords
     /// As many as a document can count.
     static constexpr std::size_t kMost = 32767;
     /// Of all records together. Programs write at most 8,000 layers, of six or seven channels.
-    static constexpr std::size_t kMostChannels = 1U << 17U;
+    static constexpr std::size_t kMostChannels = 3U << 15U;
     /// Tagged blocks of all records together. A record that is sound keeps its bytes even so.
     static constexpr std::size_t kMostBlocks = 1U << 17U;
 

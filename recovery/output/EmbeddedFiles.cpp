@@ -72,7 +72,7 @@ writeEmbeddedFiles(FileManager& files, const RecoveredDocument& document, Source
             return std::nullopt;
         }
         output.isShort = copied < embedded.data.length || embedded.state >= State::Partial;
-        if (recover && isDocument(embedded, sources)) {
+        if (recover && embedded.state != State::Whole && isDocument(embedded, sources)) {
             const std::string name = names.take(recoveredName(lastPathComponent(path)));
             const std::string to = "Embedded/" + name;
             if (recover(path, appendingPathComponent(folder, to))) {

@@ -28,8 +28,8 @@ std::string embeddedFileName(const std::string& stored);
 /// @return true if one was written, because the document is damaged and something of it was found
 using RecoverInTurn = std::function<bool(const std::string& from, const std::string& to)>;
 
-/// Writes every embedded file into "Embedded" in `folder`; damaged documents among them are given
-/// to `recover`, which may be empty. Identical names get numbers.
+/// Writes every embedded file into "Embedded" in `folder`; documents among them that are not proved
+/// whole are given to `recover`, which may be empty. Identical names get numbers.
 /// @return nothing if a file could not be written whole
 std::optional<std::vector<EmbeddedOutput>>
 writeEmbeddedFiles(FileManager& files, const RecoveredDocument& document, SourceFiles& sources,

@@ -15,9 +15,9 @@ PsdBuilder layersWithIds(std::uint8_t first, std::uint8_t second)
     builder.size(40, 30).resource(0x0FA0, Bytes(4096));
     builder.layer("sky").transparent().taggedBlock("lyid", idOf(first));
     builder.layer("sea").transparent().bounds(2, 3, 25, 31).taggedBlock("lyid", idOf(second));
-    builder.beginGroup().taggedBlock("lyid", idOf(20));
+    builder.beginGroup().transparent().taggedBlock("lyid", idOf(20));
     builder.layer("sand").transparent().bounds(10, 1, 29, 39).taggedBlock("lyid", idOf(9));
-    builder.endGroup("beach").taggedBlock("lyid", idOf(21));
+    builder.endGroup("beach").transparent().taggedBlock("lyid", idOf(21));
     return builder;
 }
 
@@ -53,8 +53,8 @@ TEST(DoubleRecords, LayersThatAreAlikeWithPixelsOfTheirOwnStay)
     builder.size(40, 30);
     for (int i = 0; i < 2; ++i) {
         builder.layer("leaf").packing(Packing::raw).taggedBlock("lyid", idOf(7));
-        builder.beginGroup().taggedBlock("lyid", idOf(0));
-        builder.endGroup("twig").taggedBlock("lyid", idOf(0));
+        builder.beginGroup().transparent().taggedBlock("lyid", idOf(0));
+        builder.endGroup("twig").transparent().taggedBlock("lyid", idOf(0));
     }
     EXPECT_EQ(Found(builder.build()).document().layers.size(), 6U);
 }

@@ -119,6 +119,7 @@ DocumentBuilder& DocumentBuilder::embedded(const std::string& name, const std::s
     EmbeddedFile file;
     file.name = name;
     file.data = store(contents);
+    file.state = State::Unproved;
     m_document.embedded.push_back(file);
     return *this;
 }

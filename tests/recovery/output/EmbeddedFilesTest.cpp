@@ -76,5 +76,20 @@ TEST_F(EmbeddedFilesTest, OnlyDocumentsAreRecoveredInTurn)
     EXPECT_EQ(outputs.at(2).recovered, "Embedded/c_recovered.psd");
 }
 
+TEST_F(EmbeddedFilesTest, ADocumentThatIsProvedWholeIsNotRecovered)
+{
+    m_builder.embedded("b.psb", "8BPS...");
+    m_builder.document().embedded[0].state = State::Whole;
+    const auto outputs = write([](const std::string&, const std::string&) { return true; });
+    EXPECT_EQ(outputs.at(0).recovered, "");
+    EXPECT_FALSE(outputs.at(0).isShort);
+}
+
+TEST_F(EmbeddedFilesTest, AFileThatNothingProvesIsNotCalledShort)
+{
+    m_builder.embedded("a.ai", "%PDF");
+    EXPECT_FALSE(write().at(0).isShort);
+}
+
 } // namespace
 } // namespace talvek::recovery::output
