@@ -107,7 +107,7 @@ private:
         m_layers.resize(kept);
     }
 
-    template<typename Item>
+    template <typename Item>
     static void moveTo(std::vector<Item>& items, std::size_t from, std::size_t to)
     {
         if (from != to) {

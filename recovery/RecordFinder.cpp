@@ -41,10 +41,7 @@ public:
         }
     }
     [[nodiscard]] std::size_t channels() const { return m_channels; }
-    FoundRecords take(bool areLarge)
-    {
-        return {std::move(m_records), areLarge, m_isLimited};
-    }
+    FoundRecords take(bool areLarge) { return {std::move(m_records), areLarge, m_isLimited}; }
 
 private:
     std::vector<LayerRecord> m_records;

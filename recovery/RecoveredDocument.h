@@ -223,8 +223,9 @@ struct EmbeddedFile
     std::string type; ///< four letters, as stored
     std::string uniqueId;
     ByteRange data;
-    State state = State::Whole; ///< Whole: what the file says of itself agrees; Unproved: it is of a
-                                ///< kind that proves nothing; Partial: it is damaged, or cut short
+    State state =
+        State::Whole; ///< Whole: what the file says of itself agrees; Unproved: it is of a
+                      ///< kind that proves nothing; Partial: it is damaged, or cut short
 };
 
 /// Bytes by what they mean, for the map of the document.

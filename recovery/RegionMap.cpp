@@ -131,9 +131,9 @@ void addEmbedded(const RecoveredDocument& document, std::vector<std::string>& mi
     for (std::size_t i = 0; i < std::min(damaged.size(), kMostNamed); ++i) {
         names += (i == 0 ? "" : ", ") + damaged[i];
     }
-    missing.push_back(
-        counted(static_cast<std::int64_t>(damaged.size()), "embedded file is", "embedded files are") +
-        " damaged: " + names + (damaged.size() > kMostNamed ? " and others." : "."));
+    missing.push_back(counted(static_cast<std::int64_t>(damaged.size()), "embedded file is",
+                              "embedded files are") +
+                      " damaged: " + names + (damaged.size() > kMostNamed ? " and others." : "."));
 }
 
 } // namespace

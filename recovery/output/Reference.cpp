@@ -155,8 +155,8 @@ bool Reference::isOfSameDocument()
     };
     const HeaderOrigin origin = m_document.facts.origin;
     const bool isEmpty = m_document.layers.empty() && m_document.composite.channels.empty();
-    const bool contradicts = origin != HeaderOrigin::Header && hasNamedLayers(m_document) &&
-                             hasNamedLayers(m_older);
+    const bool contradicts =
+        origin != HeaderOrigin::Header && hasNamedLayers(m_document) && hasNamedLayers(m_older);
     const bool hasCanvas = origin != HeaderOrigin::Unknown && isSameCanvas() && !contradicts;
     const bool isLost = origin != HeaderOrigin::Header;
     return hasCanvas || (isLost && isEmpty) || sharesLayer() || sharesPixels();

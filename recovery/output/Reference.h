@@ -21,8 +21,8 @@ namespace talvek::recovery::output {
 /// same, or the layer has changed since and is left as it is. Where nothing is left to compare, a
 /// layer's pixels are taken as a whole and called unproved. Layers are matched by their ids, names
 /// and bounds; layers without a record by their pixels. A copy that shares neither the canvas nor a
-/// layer is one of another document, and gives nothing. Where the document's own header is lost, its
-/// canvas says little, and the copy must show that it is of the same document.
+/// layer is one of another document, and gives nothing. Where the document's own header is lost,
+/// its canvas says little, and the copy must show that it is of the same document.
 class Reference
 {
 public:

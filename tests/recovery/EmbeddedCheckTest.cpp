@@ -4,7 +4,6 @@
 #include "tests/recovery/Embedded.h"
 
 #include <gtest/gtest.h>
-
 #include <zlib.h>
 
 namespace talvek::test {
@@ -44,8 +43,8 @@ State stateOf(const Found& found)
 bool isSaidDamaged(const Found& found, const std::string& name)
 {
     const auto& missing = found.document().missing;
-    return std::find(missing.begin(), missing.end(),
-                     "1 embedded file is damaged: " + name + ".") != missing.end();
+    return std::find(missing.begin(), missing.end(), "1 embedded file is damaged: " + name + ".") !=
+           missing.end();
 }
 
 TEST(EmbeddedCheck, APngIsWholeByItsChecksums)
