@@ -67,6 +67,7 @@ std::vector<std::string> Reference::run()
     takeComposite();
     putInOrder();
     countStrays();
+    m_document.layersMayBeLost = m_document.layersMayBeLost && m_document.layers.empty();
     noteMissingAgain(m_document, missingBefore);
     m_document.nothingLeft = m_document.nothingLeft && m_taken.empty();
     return std::move(m_taken);
