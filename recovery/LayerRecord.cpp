@@ -344,10 +344,9 @@ void dropUnsoundMasks(Layer& layer)
 std::optional<LayerRecord> readRecordHead(SourceBytes& source, std::int64_t signature, bool isLarge)
 {
     const std::int64_t entryBytes = isLarge ? 10 : 6;
-    for (std::int64_t tried = 1; tried <= kMostChannels + 1; ++tried) {
-        // Channels without bytes end in zeros, which a list of no channels would do as well: that
-        // one comes last.
-        const std::int64_t count = tried % (kMostChannels + 1);
+    // The longest list that can be proves most. The end of one can be taken for a shorter list: the
+    // lengths of channels without bytes are as small as counts, and zeros for no channels at all.
+    for (std::int64_t count = kMostChannels; count >= 0; --count) {
         const std::int64_t list = signature - count * entryBytes;
         if (list < 18) {
             continue;

@@ -13,11 +13,18 @@ constexpr std::size_t kDeepestIndent = 12;
 
 /// "312 of 400 rows", of the colour channel that lost the most; empty where none did. Where one
 /// lost them all, the others have rows that a count of none would deny.
+std::string lostChannels(std::int64_t lost)
+{
+    return lost == 1 ? "one channel is lost" : std::to_string(lost) + " channels are lost";
+}
+
 std::string rowsInWords(const Layer& layer)
 {
     const Plane* worst = nullptr;
+    std::int64_t lost = 0;
     for (const Channel& channel : layer.channels) {
         const Plane& plane = channel.plane;
+        lost += plane.rows > 0 && plane.rowsRecovered == 0 ? 1 : 0;
         const bool isWorse = plane.rowsRecovered < plane.rows &&
                              (worst == nullptr || plane.rowsRecovered < worst->rowsRecovered);
         if (isWorse && (channel.id >= -1 || worst == nullptr)) {
@@ -27,7 +34,7 @@ std::string rowsInWords(const Layer& layer)
     if (worst == nullptr || layer.state != State::Partial) {
         return {};
     }
-    const std::string words = worst->rowsRecovered == 0 ? "one channel is lost"
+    const std::string words = worst->rowsRecovered == 0 ? lostChannels(lost)
                                                         : grouped(worst->rowsRecovered) + " of " +
                                                               grouped(worst->rows) + " rows";
     return "<br><span class=\"small\">" + words + "</span>";

@@ -115,6 +115,22 @@ TEST(RecordFinder, ChannelsWithoutBytesAreChannels)
     EXPECT_TRUE(records[1].layer.bounds.isEmpty());
 }
 
+TEST(RecordFinder, LengthsAsSmallAsCountsMakeNoShorterList)
+{
+    PsdBuilder builder = threeLayers();
+    for (const std::vector<std::int16_t>& ids :
+         {std::vector<std::int16_t>{0, 1, 2}, {-1, 0}, {-1, 0, 1, 2}, {0, 1, 2, 3}}) {
+        builder.layer("empty").bounds(0, 0, 0, 0).channels(ids);
+    }
+    const Document document = builder.build();
+    const auto records = recordsIn(document);
+    ASSERT_EQ(records.size(), document.records.size());
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        EXPECT_EQ(records[i].start, document.records[i].start) << i;
+        EXPECT_EQ(records[i].entries.size(), document.records[i].channels.size()) << i;
+    }
+}
+
 TEST(RecordFinder, RecordsWithMoreChannelsThanDocumentsHaveAreBounded)
 {
     Bytes record(16);
