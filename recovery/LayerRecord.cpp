@@ -316,12 +316,28 @@ void dropUnsoundNames(SourceBytes& source, Layer& layer)
     }
 }
 
+/// Larger than any canvas, far away from all, or none where the channel holds bytes. Some programs
+/// write -1 for a side of an empty one: that is sound.
+bool isUnsound(const LayerRecord& record, std::int16_t id, const std::optional<Mask>& mask)
+{
+    constexpr std::int64_t kMostOfEmpty = 2 + kMostPadding;
+    if (!mask || isPlausible(mask->bounds)) {
+        return false;
+    }
+    const bool hasBytes =
+        std::any_of(record.entries.begin(), record.entries.end(), [id](const ChannelEntry& entry) {
+            return entry.id == id && entry.length > kMostOfEmpty;
+        });
+    return hasBytes || (mask->bounds.rows() > 0 && mask->bounds.columns() > 0);
+}
+
 /// A mask whose rectangle no mask has is kept without one: written as it is, it would make readers
 /// refuse the whole document, or ask for all the memory there is.
-void dropUnsoundMasks(Layer& layer)
+void dropUnsoundMasks(LayerRecord& record)
 {
-    const bool isMaskSound = !layer.mask || isPlausible(layer.mask->bounds);
-    const bool isRealMaskSound = !layer.realMask || isPlausible(layer.realMask->bounds);
+    Layer& layer = record.layer;
+    const bool isMaskSound = !isUnsound(record, -2, layer.mask);
+    const bool isRealMaskSound = !isUnsound(record, -3, layer.realMask);
     if (isMaskSound && isRealMaskSound) {
         return;
     }
@@ -374,7 +390,7 @@ void readRecordExtra(SourceBytes& source, LayerRecord& record, std::int64_t next
 {
     findRecordEnd(source, record, next);
     dropUnsoundNames(source, record.layer);
-    dropUnsoundMasks(record.layer);
+    dropUnsoundMasks(record);
 }
 
 bool isBlendMode(std::string_view letters)

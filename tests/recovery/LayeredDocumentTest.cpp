@@ -145,4 +145,17 @@ TEST(LayeredDocument, AMaskThatCanHaveNoSuchRectangleIsLostAndWrittenWithoutOne)
     EXPECT_EQ(written.pixels(2, 1), found.pixels(2, 1));
 }
 
+TEST(LayeredDocument, AnEmptyMasksRectangleIsCarriedOverAsItIs)
+{
+    Document document = threeLayers().build();
+    const std::int64_t mask = document.records[2].extraLength + 8;
+    const Bytes odd = {0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF, 0, 0, 0, 0};
+    document.overwrite(mask, odd);
+    document.lieLength(document.records[2].channels.back().entry + 2, 2); // the code alone
+    const Bytes written = layeredDocumentOf(document.bytes);
+    const Found found(written);
+    ASSERT_TRUE(found.layer(2).mask);
+    EXPECT_EQ(found.layer(2).mask->bounds.bottom, -1);
+}
+
 } // namespace talvek::test
