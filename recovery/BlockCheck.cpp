@@ -75,20 +75,54 @@ bool isColorTag(Bytes bytes)
     return bytes.size() != 8 || (bigEndian(bytes, 2) < kMostColors && areZeros(bytes.subspan(2)));
 }
 
-/// Format: version 3, flags, and records of 26 bytes that begin with their kind; that of the rule
-/// by which paths are filled is empty.
+/// Numbers of a knot: three points, in shares of the canvas with 24 bits behind the point. None is
+/// many canvases away.
+bool areKnots(Bytes record)
+{
+    constexpr std::int32_t kFarthest = 16 << 24;
+    for (std::size_t at = 2; at + 4 <= record.size(); at += 4) {
+        const auto share = static_cast<std::int32_t>(bigEndian(record.subspan(at), 4));
+        if (share < -kFarthest || share > kFarthest) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Format: a kind, and 24 bytes: knots of paths; the rule by which paths are filled, empty; what is
+/// filled at first, a switch.
+bool isPathRecord(Bytes record)
+{
+    constexpr std::uint64_t kFillRule = 6;
+    constexpr std::uint64_t kFirstFill = 8;
+    switch (bigEndian(record, 2)) {
+    case 1:
+    case 2:
+    case 4:
+    case 5:
+        return areKnots(record);
+    case 0:
+    case 3:
+    case 7:
+        return true;
+    case kFillRule:
+        return areZeros(record.subspan(2));
+    case kFirstFill:
+        return bigEndian(record.subspan(2), 2) <= 1 && areZeros(record.subspan(4));
+    default:
+        return false;
+    }
+}
+
+/// Format: version 3, flags, and records of 26 bytes.
 bool isVectorMask(Bytes bytes)
 {
     constexpr std::size_t kRecord = 26;
-    constexpr std::uint64_t kMostKind = 8;
-    constexpr std::uint64_t kFillRule = 6;
     if (bytes.size() < 8 || bigEndian(bytes, 4) != 3 || bigEndian(bytes.subspan(4), 4) > 15) {
         return false;
     }
     for (std::size_t at = 8; at + kRecord <= bytes.size(); at += kRecord) {
-        const std::uint64_t kind = bigEndian(bytes.subspan(at), 2);
-        if (kind > kMostKind ||
-            (kind == kFillRule && !areZeros(bytes.subspan(at + 2, kRecord - 2)))) {
+        if (!isPathRecord(bytes.subspan(at, kRecord))) {
             return false;
         }
     }

@@ -160,13 +160,25 @@ TEST(BlockCheck, LocksUseTheLastByteAlone)
     EXPECT_TRUE(contradicts(recovery::key("lspf"), {0, 7, 0, 4}));
 }
 
-TEST(BlockCheck, TheRuleOfAVectorMaskIsEmpty)
+TEST(BlockCheck, AVectorMaskHoldsKnotsNearTheCanvasAndAnEmptyRule)
 {
     Bytes mask = {0, 0, 0, 3, 0, 0, 0, 0, 0, 6};
     mask.resize(8 + 26);
     EXPECT_FALSE(contradicts(recovery::key("vmsk"), mask));
     mask.at(20) = 51;
     EXPECT_TRUE(contradicts(recovery::key("vmsk"), mask));
+    mask.at(20) = 0;
+    mask.at(9) = 8; // what is filled at first
+    mask.at(11) = 1;
+    EXPECT_FALSE(contradicts(recovery::key("vmsk"), mask));
+    mask.at(12) = 182;
+    EXPECT_TRUE(contradicts(recovery::key("vmsk"), mask));
+    mask.at(9) = 2; // a knot
+    EXPECT_FALSE(contradicts(recovery::key("vmsk"), mask));
+    mask.at(10) = 42; // canvases away
+    EXPECT_TRUE(contradicts(recovery::key("vmsk"), mask));
+    mask.at(10) = 0xFF; // one in front
+    EXPECT_FALSE(contradicts(recovery::key("vmsk"), mask));
 }
 
 TEST(BlockCheck, TheLayersCompositionsAreADescriptor)
