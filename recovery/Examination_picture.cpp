@@ -212,6 +212,14 @@ void Examination::findComposite()
     CompositeFinder finder(m_source, m_document.facts, m_control);
     m_document.composite = finder.run(m_sections.layersEnd, candidates, std::max(from, m_blocksEnd),
                                       earliestPicture());
+    Composite& picture = m_document.composite;
+    if (m_document.facts.sizeIsGuess && picture.state == State::Whole) {
+        // The rows are proved, but not where one channel ends and the next one begins.
+        picture.state = State::Unproved;
+        for (Channel& channel : picture.channels) {
+            channel.plane.state = std::max(channel.plane.state, State::Unproved);
+        }
+    }
 }
 
 /// A section from `start` to `end` that holds no layers, be it because it holds nothing at all.

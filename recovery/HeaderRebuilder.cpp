@@ -15,6 +15,8 @@ namespace talvek::recovery {
 namespace {
 
 constexpr std::int64_t kMostExtent = 300000;
+/// What the picture's own rows weigh at the most; every other witness weighs more.
+constexpr int kWeightOfPicture = 2;
 constexpr std::int64_t kMostLooked = 60 << 10;
 constexpr std::int64_t kPaletteBytes = 768;
 constexpr std::uint16_t kThumbnail = 0x040C;
@@ -77,6 +79,7 @@ void HeaderRebuilder::run(DocumentFacts& facts)
         std::max_element(m_sizes.begin(), m_sizes.end(),
                          [this](const Size& a, const Size& b) { return fit(a) < fit(b); });
     facts.origin = best == m_sizes.end() ? HeaderOrigin::Unknown : HeaderOrigin::Rebuilt;
+    facts.sizeIsGuess = best != m_sizes.end() && best->weight <= kWeightOfPicture;
     if (best == m_sizes.end()) {
         facts.width = facts.width > 0 ? facts.width : 1;
         facts.height = facts.height > 0 ? facts.height : 1;
@@ -163,7 +166,7 @@ void HeaderRebuilder::proposeFromLayers()
             }
         }
     }
-    propose(right, bottom, 2);
+    propose(right, bottom, kWeightOfPicture + 1);
 }
 
 /// A small canvas has a thumbnail of its own size; of a large one it tells the aspect.
@@ -214,7 +217,7 @@ void HeaderRebuilder::proposeFromComposite()
     const int usual = std::max(1, m_colors) + extraChannels();
     for (std::int64_t channels = 1; channels <= 57; ++channels) {
         if (rows % channels == 0) {
-            propose(width, rows / channels, channels == usual ? 2 : 1);
+            propose(width, rows / channels, channels == usual ? kWeightOfPicture : 1);
         }
     }
 }

@@ -186,8 +186,9 @@ struct DocumentFacts
     ColorMode mode = ColorMode::Rgb;
     std::int32_t version = 1; ///< 1: PSD, 2: PSB
     HeaderOrigin origin = HeaderOrigin::Header;
-    ByteRange header;    ///< 26 bytes, where found
-    ByteRange colorData; ///< colour table or duotone data, its length field not included
+    bool sizeIsGuess = false; ///< the picture's rows alone tell it, and other sizes would fit them
+    ByteRange header;         ///< 26 bytes, where found
+    ByteRange colorData;      ///< colour table or duotone data, its length field not included
 };
 
 /// The merged picture.

@@ -90,6 +90,18 @@ TEST(Header, MoreOfThemMakeNone)
     EXPECT_FALSE(readHeader(source.bytes(), 0));
 }
 
+TEST(Header, ASizeThatOnlyThePicturesRowsTellProvesNoPicture)
+{
+    Document document = PsdBuilder{}.size(40, 30).build();
+    const Found found(document.zeroFill(0, 26));
+    EXPECT_TRUE(found.document().facts.sizeIsGuess);
+    EXPECT_EQ(found.document().composite.state, State::Unproved);
+    Document layered = threeLayers().build();
+    const Found covered(layered.zeroFill(0, 26));
+    EXPECT_FALSE(covered.document().facts.sizeIsGuess);
+    EXPECT_EQ(covered.document().composite.state, State::Whole);
+}
+
 TEST(Header, OneRowIsNoPictureThatCorrectsASize)
 {
     Document document = PsdBuilder{}.size(40, 30).composite(Packing::raw).build();
